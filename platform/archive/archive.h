@@ -1,0 +1,158 @@
+// The archive library: the recordings of one recorder (or one channel) on disk, the
+// trash of deleted recordings still kept, and the queue of recordings waiting for
+// automatic upload (AFU). Read only. The on-disk layout is described in
+// docs/archive-layout.md.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+namespace archive {
+
+class Archive;
+class FileInfo;
+
+// Held in 32 bits; the numeric values are part of the command-line contract.
+enum class BrowseSortOrder : std::int32_t {
+  none = 0,   // the order in which the entries were gathered
+  time = 1,   // start time ascending, ties by file name ascending
+  rtime = 2,  // the exact reverse of `time`
+};
+
+// What a file's owner reports: for a recorder archive its id and label, for a single
+// channel the channel's name prefix in both.
+struct Owner {
+  std::string recorderName;
+  std::string recorderLabel;
+};
+
+// Selects the files a browse hands on. kind 0: every file passes; kind 1: only the
+// files for which `predicate` returns true.
+struct BrowseFilter {
+  enum Kind : int { kNone = 0, kPredicate = 1 };
+
+  BrowseFilter() = default;
+  BrowseFilter(Kind k, std::function<bool(FileInfo&)> p) : kind(k), predicate(std::move(p)) {}
+
+  Kind kind = kNone;
+  std::function<bool(FileInfo&)> predicate;
+};
+
+namespace detail {
+struct Folder;  // one scanned folder: owner, path, marker sets, names
+
+// One gathered recording. Compact on purpose (an archive holds half a million): the
+// name lives in the folder's name store; size, duration and the like are read only
+// when the file is handed on.
+struct FileEntry {
+  const Folder* folder = nullptr;
+  std::int64_t startTime = 0;
+  std::uint32_t nameOffset = 0;
+  std::uint16_t nameLength = 0;
+  std::uint8_t flags = 0;
+};
+}  // namespace detail
+
+// The metadata of one file, handed to a browse callback. Getters that touch the disk
+// (size, duration) read on first use and keep the result.
+class FileInfo {
+ public:
+  FileInfo(const detail::FileEntry& entry);
+
+  std::string getName();     // the file name without its extension
+  std::string getEventId();  // the event id of the name, or empty
+  std::int64_t getSize();    // bytes
+  std::int64_t getStartTime();  // seconds since the epoch, UTC
+  std::int64_t getDuration();   // whole seconds
+  bool isRecording();
+  bool isLocked();
+  bool isDownloaded();
+  bool isInAFUQueue();
+
+  boost::filesystem::path path() const;  // <dir>/<fileName> or <dir>/.trash/<fileName>
+  std::string extension() const;         // text after the last ".", or empty
+
+  std::string fileName;  // the name as stored; also the file's identifier
+  bool deleted = false;  // the file lies in the trash
+  const Owner* owner = nullptr;
+
+ private:
+  const detail::FileEntry* entry_;
+  std::int64_t size_ = -1;
+  std::int64_t duration_ = -1;
+};
+
+// The AFU queue of an archive: its recordings, in the archive folder or in its trash,
+// that carry an .afu marker.
+class AFUQueue {
+ public:
+  explicit AFUQueue(const Archive& archive) : archive_(archive) {}
+  virtual ~AFUQueue() = default;
+  // Appends the queued files' entries to `entries`.
+  virtual void appendEntries(std::deque<detail::FileEntry>& entries) const;
+
+ private:
+  const Archive& archive_;
+};
+
+// The trash of an archive: deleted recordings still kept in <dir>/.trash.
+class Trash {
+ public:
+  explicit Trash(const Archive& archive) : archive_(archive) {}
+  virtual ~Trash() = default;
+  // Appends the trash's entries to `entries`; each is `deleted`.
+  virtual void appendEntries(std::deque<detail::FileEntry>& entries) const;
+
+ private:
+  const Archive& archive_;
+};
+
+// One recording store. Created on the heap and shared; never copied.
+class Archive {
+ public:
+  // A configured recorder's archive. `kind` is kept for the device's own use.
+  // `extensions` is a comma-separated list without dots ("avi,mov,mp4,ts"), compared
+  // ignoring ASCII case; empty means every extension, files without one included.
+  Archive(std::string const& id, std::string const& kind, std::string const& label,
+          boost::filesystem::path const& directory, std::string const& extensions);
+  // A single channel: the files of `directory` whose names begin with `name` (byte
+  // comparison; empty = every name).
+  Archive(std::string const& name, boost::filesystem::path const& directory,
+          std::string const& extensions);
+  virtual ~Archive();
+  Archive(const Archive&) = delete;
+  Archive& operator=(const Archive&) = delete;
+
+  // Appends the entries of the archive proper (not the trash) to `entries`. A missing
+  // directory is an empty archive; any other failure to read a folder throws
+  // std::runtime_error naming the folder and the system's reason.
+  virtual void appendEntries(std::deque<detail::FileEntry>& entries) const;
+
+  void setExtensions(std::string const& extensions);
+
+  AFUQueue afuQueue;
+  Trash trash;
+
+ private:
+  friend class AFUQueue;
+  friend class Trash;
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+namespace detail {
+// Visits `entries`: keeps those `filter` passes, orders them by `order`, skips the first
+// `start` of them and hands at most `limit` (0 = no limit) to `callback`, in order.
+// Files that vanished from disk are left out. `callback` returning false stops the walk.
+void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
+                       unsigned long start, unsigned long limit, BrowseFilter const& filter,
+                       std::function<bool(FileInfo&)> callback);
+}  // namespace detail
+
+}  // namespace archive
