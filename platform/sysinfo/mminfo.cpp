@@ -1,0 +1,83 @@
+// Reading the recorder list of the device configuration.
+//
+// Accepted layout (everything else in the file is ignored):
+//   { "media": { "recorders": [ { "id": "1", "label": "Front",
+//                                 "archiveDirectory": "/data/archive/1" }, ... ] } }
+// "id" is required; "label" and "archiveDirectory" default to "". A relative
+// "archiveDirectory" is taken relative to the folder of the configuration file.
+#include "sysinfo/mminfo.h"
+
+#include <stdexcept>
+#include <string>
+
+#include <boost/filesystem/operations.hpp>
+
+namespace sysinfo {
+
+namespace {
+
+using nlohmann::json;
+
+// The single place that words a configuration fault: "<file>: <where>: <fault>".
+std::runtime_error configError(const cfg::Node& root, const std::string& where,
+                               const std::string& fault) {
+  return std::runtime_error(root.file().string() + ": " + where + ": " + fault);
+}
+
+// The member `key` of `object` as a string; `fallback` when absent.
+std::string stringMember(const cfg::Node& root, const json& object, const std::string& key,
+                         const std::string& where, const std::string* fallback) {
+  const auto it = object.find(key);
+  if (it == object.end()) {
+    if (!fallback) throw configError(root, where + "." + key, "missing");
+    return *fallback;
+  }
+  if (!it->is_string()) throw configError(root, where + "." + key, "expected a string");
+  return it->get<std::string>();
+}
+
+// Absolute and lexically normal, without looking at the disk (the storage may not be
+// mounted yet). A trailing "/" would leave a "." behind; drop it so that file paths
+// built on the folder read naturally.
+std::string archiveFolder(const cfg::Node& root, const std::string& directory) {
+  if (directory.empty()) return directory;
+  // Boost's operator/ appends even an absolute path, hence absolute(path, base).
+  const boost::filesystem::path base =
+      boost::filesystem::absolute(root.file()).parent_path();
+  boost::filesystem::path folder =
+      boost::filesystem::absolute(directory, base).lexically_normal();
+  while (folder.filename() == "." && folder.has_parent_path()) folder = folder.parent_path();
+  return folder.string();
+}
+
+}  // namespace
+
+void MMInfo::load(cfg::Node const& root) {
+  std::vector<std::shared_ptr<RecorderInfo>> loaded;
+  const json& top = root.value();
+  if (!top.is_object()) throw configError(root, "top level", "expected an object");
+  const auto media = top.find("media");
+  if (media != top.end()) {
+    if (!media->is_object()) throw configError(root, "media", "expected an object");
+    const auto list = media->find("recorders");
+    if (list != media->end()) {
+      if (!list->is_array()) throw configError(root, "media.recorders", "expected an array");
+      const std::string empty;
+      for (std::size_t i = 0; i < list->size(); ++i) {
+        const json& entry = (*list)[i];
+        const std::string where = "media.recorders[" + std::to_string(i) + "]";
+        if (!entry.is_object()) throw configError(root, where, "expected an object");
+        auto recorder = std::make_shared<RecorderInfo>();
+        recorder->id = stringMember(root, entry, "id", where, nullptr);
+        recorder->label = stringMember(root, entry, "label", where, &empty);
+        recorder->archiveDirectory =
+            archiveFolder(root, stringMember(root, entry, "archiveDirectory", where, &empty));
+        loaded.push_back(std::move(recorder));
+      }
+    }
+  }
+  // Replaced only once the whole list was read: a broken file leaves no half list.
+  recorders = std::move(loaded);
+}
+
+}  // namespace sysinfo
