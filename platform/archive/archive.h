@@ -45,17 +45,18 @@ struct BrowseFilter {
 };
 
 namespace detail {
-struct Folder;  // one scanned folder: owner, path, marker sets, names
+struct Folder;  // one scanned folder: owner, path, name store
+struct FileInfoAccess;
 
 // One gathered recording. Compact on purpose (an archive holds half a million): the
 // name lives in the folder's name store; size, duration and the like are read only
-// when the file is handed on.
+// when the file is handed on. 24 bytes on a 64-bit system.
 struct FileEntry {
   const Folder* folder = nullptr;
-  std::int64_t startTime = 0;
-  std::uint32_t nameOffset = 0;
+  std::int64_t startTime = 0;    // seconds since the epoch, UTC
+  std::uint32_t nameOffset = 0;  // into folder->names
   std::uint16_t nameLength = 0;
-  std::uint8_t flags = 0;
+  std::uint8_t flags = 0;        // EntryFlag bits (archive_internal.h)
 };
 }  // namespace detail
 
@@ -83,9 +84,16 @@ class FileInfo {
   const Owner* owner = nullptr;
 
  private:
+  friend struct detail::FileInfoAccess;
+  // Reads size and modification time; false when the file is gone or no longer a
+  // regular file.
+  bool refresh();
+
   const detail::FileEntry* entry_;
-  std::int64_t size_ = -1;
-  std::int64_t duration_ = -1;
+  bool read_ = false;           // size_ and mtime_ were read (or found missing)
+  std::int64_t size_ = -1;      // -1: the file was missing
+  std::int64_t mtime_ = 0;      // valid when size_ >= 0
+  std::int64_t duration_ = -1;  // -1: not read yet
 };
 
 // The AFU queue of an archive: its recordings, in the archive folder or in its trash,

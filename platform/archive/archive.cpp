@@ -1,0 +1,80 @@
+// The archive and its two views, the trash and the AFU queue: each gathers entries by
+// scanning the archive's folders (see docs/archive-layout.md).
+#include "archive/archive.h"
+
+#include "archive/folder_scan.h"
+
+namespace archive {
+
+struct Archive::State {
+  Owner owner;
+  std::string kind;  // kept for the device's own use; selects nothing here
+  boost::filesystem::path directory;
+  detail::Selection selection;
+  // Read on the first gathering and kept: one read of each marker folder per archive.
+  std::unique_ptr<detail::Markers> markers;
+  detail::FolderStore folders;
+
+  const detail::Markers& readMarkersOnce() {
+    if (!markers)
+      markers = std::make_unique<detail::Markers>(detail::readMarkers(directory.string()));
+    return *markers;
+  }
+
+  void scan(bool inTrash, std::uint8_t addFlags, std::uint8_t requireFlags,
+            std::deque<detail::FileEntry>& out) {
+    detail::ScanRequest request;
+    request.owner = &owner;
+    request.path = inTrash ? directory / ".trash" : directory;
+    request.selection = &selection;
+    request.markers = &readMarkersOnce();
+    request.addFlags = addFlags;
+    request.requireFlags = requireFlags;
+    detail::scanFolder(request, folders, out);
+  }
+};
+
+Archive::Archive(std::string const& id, std::string const& kind, std::string const& label,
+                 boost::filesystem::path const& directory, std::string const& extensions)
+    : afuQueue(*this), trash(*this), state_(std::make_unique<State>()) {
+  state_->owner.recorderName = id;
+  state_->owner.recorderLabel = label;
+  state_->kind = kind;
+  state_->directory = directory;
+  state_->selection.setExtensions(extensions);
+}
+
+Archive::Archive(std::string const& name, boost::filesystem::path const& directory,
+                 std::string const& extensions)
+    : afuQueue(*this), trash(*this), state_(std::make_unique<State>()) {
+  state_->owner.recorderName = name;
+  state_->owner.recorderLabel = name;
+  state_->directory = directory;
+  state_->selection.byPrefix = true;
+  state_->selection.prefix = name;
+  state_->selection.setExtensions(extensions);
+}
+
+Archive::~Archive() = default;
+
+void Archive::appendEntries(std::deque<detail::FileEntry>& entries) const {
+  state_->scan(false, 0, 0, entries);
+}
+
+void Archive::setExtensions(std::string const& extensions) {
+  state_->selection.setExtensions(extensions);
+}
+
+void AFUQueue::appendEntries(std::deque<detail::FileEntry>& entries) const {
+  // No marker, no queue: spares two scans of possibly large folders. Reading the
+  // markers already reports a <dir> that cannot be read.
+  if (archive_.state_->readMarkersOnce().afu.empty()) return;
+  archive_.state_->scan(false, 0, detail::kInAFUQueue, entries);
+  archive_.state_->scan(true, detail::kDeleted, detail::kInAFUQueue, entries);
+}
+
+void Trash::appendEntries(std::deque<detail::FileEntry>& entries) const {
+  archive_.state_->scan(true, detail::kDeleted, 0, entries);
+}
+
+}  // namespace archive

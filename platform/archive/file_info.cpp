@@ -1,0 +1,105 @@
+// FileInfo: what a gathered entry reports; size and duration are read on first use.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "archive/archive.h"
+#include "archive/file_name.h"
+#include "archive/folder_scan.h"
+#include "archive/media_duration.h"
+
+namespace archive {
+
+namespace {
+
+// Reads a file through pread; an error reads as the end of the file.
+class FdReader : public media::Reader {
+ public:
+  FdReader(int fd, std::uint64_t size) : fd_(fd), size_(size) {}
+  std::uint64_t size() const override { return size_; }
+  std::size_t read(std::uint64_t offset, std::uint8_t* buffer, std::size_t length) override {
+    std::size_t done = 0;
+    while (done < length) {
+      const ssize_t n = pread(fd_, buffer + done, length - done, off_t(offset + done));
+      if (n <= 0) break;
+      done += std::size_t(n);
+    }
+    return done;
+  }
+
+ private:
+  int fd_;
+  std::uint64_t size_;
+};
+
+}  // namespace
+
+FileInfo::FileInfo(const detail::FileEntry& entry) : entry_(&entry) {
+  if (entry.folder) {
+    fileName = std::string(entry.folder->nameOf(entry));
+    owner = entry.folder->owner;
+  }
+  deleted = (entry.flags & detail::kDeleted) != 0;
+}
+
+std::string FileInfo::getName() { return std::string(detail::fileStem(fileName)); }
+
+std::string FileInfo::getEventId() {
+  return std::string(detail::parseFileName(fileName).eventId);
+}
+
+bool FileInfo::refresh() {
+  read_ = true;
+  size_ = -1;
+  struct stat st;
+  if (::stat(path().c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
+  size_ = st.st_size;
+  mtime_ = st.st_mtime;
+  return true;
+}
+
+std::int64_t FileInfo::getSize() {
+  if (!read_) refresh();
+  return size_ < 0 ? 0 : size_;
+}
+
+std::int64_t FileInfo::getStartTime() { return entry_->startTime; }
+
+std::int64_t FileInfo::getDuration() {
+  if (duration_ >= 0) return duration_;
+  std::optional<std::int64_t> seconds;
+  const int fd = ::open(path().c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd >= 0) {
+    struct stat st;
+    if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) {
+      read_ = true;
+      size_ = st.st_size;
+      mtime_ = st.st_mtime;
+      FdReader reader(fd, std::uint64_t(st.st_size));
+      seconds = media::mediaDuration(reader, detail::fileExtension(fileName));
+    }
+    ::close(fd);
+  }
+  if (seconds) {
+    duration_ = *seconds;
+  } else {
+    // No header duration: the time the recorder kept writing, if the clock agrees.
+    const std::int64_t written = (read_ && size_ >= 0) ? mtime_ - entry_->startTime : 0;
+    duration_ = written > 0 ? written : 0;
+  }
+  return duration_;
+}
+
+bool FileInfo::isRecording() { return (entry_->flags & detail::kRecording) != 0; }
+bool FileInfo::isLocked() { return (entry_->flags & detail::kLocked) != 0; }
+bool FileInfo::isDownloaded() { return (entry_->flags & detail::kDownloaded) != 0; }
+bool FileInfo::isInAFUQueue() { return (entry_->flags & detail::kInAFUQueue) != 0; }
+
+boost::filesystem::path FileInfo::path() const {
+  if (!entry_->folder) return boost::filesystem::path(fileName);
+  return entry_->folder->path / fileName;
+}
+
+std::string FileInfo::extension() const { return std::string(detail::fileExtension(fileName)); }
+
+}  // namespace archive

@@ -1,0 +1,91 @@
+// Parsing of recording file names; see docs/archive-layout.md for the rules.
+#include "archive/file_name.h"
+
+namespace archive::detail {
+
+std::int64_t daysFromCivil(std::int64_t year, unsigned month, unsigned day) {
+  // Counts from 0000-03-01 so that the leap day ends the year (after H. Hinnant).
+  year -= month <= 2 ? 1 : 0;
+  const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
+  const std::int64_t yoe = year - era * 400;
+  const std::int64_t mp = (month + 9) % 12;
+  const std::int64_t doy = (153 * mp + 2) / 5 + day - 1;
+  const std::int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + doe - 719468;
+}
+
+std::string_view fileExtension(std::string_view name) {
+  const auto dot = name.rfind('.');
+  return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
+}
+
+std::string_view fileStem(std::string_view name) {
+  const auto dot = name.rfind('.');
+  return dot == std::string_view::npos ? name : name.substr(0, dot);
+}
+
+namespace {
+
+constexpr std::size_t kTokenLength = 16;  // YYYYMMDDTHHMMSSZ
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+unsigned digits(std::string_view s, std::size_t pos, std::size_t count) {
+  unsigned value = 0;
+  for (std::size_t i = 0; i < count; ++i) value = value * 10 + unsigned(s[pos + i] - '0');
+  return value;
+}
+
+bool isLeapYear(unsigned y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; }
+
+unsigned daysInMonth(unsigned year, unsigned month) {
+  static const unsigned kDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  return month == 2 && isLeapYear(year) ? 29 : kDays[month - 1];
+}
+
+// The start time of a token at `pos`, or false when the characters there are not one.
+bool tokenAt(std::string_view s, std::size_t pos, std::int64_t* time) {
+  for (std::size_t i = 0; i < 8; ++i)
+    if (!isDigit(s[pos + i])) return false;
+  if (s[pos + 8] != 'T' || s[pos + 15] != 'Z') return false;
+  for (std::size_t i = 9; i < 15; ++i)
+    if (!isDigit(s[pos + i])) return false;
+  const unsigned year = digits(s, pos, 4), month = digits(s, pos + 4, 2),
+                 day = digits(s, pos + 6, 2), hour = digits(s, pos + 9, 2),
+                 minute = digits(s, pos + 11, 2), second = digits(s, pos + 13, 2);
+  if (month < 1 || month > 12 || day < 1 || day > daysInMonth(year, month)) return false;
+  if (hour > 23 || minute > 59 || second > 59) return false;
+  *time = daysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+  return true;
+}
+
+}  // namespace
+
+NameParts parseFileName(std::string_view name) {
+  NameParts parts;
+  const std::string_view stem = fileStem(name);
+  for (std::size_t pos = 0; pos + kTokenLength <= stem.size(); ++pos) {
+    if (!tokenAt(stem, pos, &parts.startTime)) continue;
+    parts.hasToken = true;
+    parts.prefix = stem.substr(0, pos);
+    if (!parts.prefix.empty() && parts.prefix.back() == '_') parts.prefix.remove_suffix(1);
+    parts.eventId = stem.substr(pos + kTokenLength);
+    if (!parts.eventId.empty() && parts.eventId.front() == '_') parts.eventId.remove_prefix(1);
+    return parts;
+  }
+  parts.startTime = 0;
+  return parts;
+}
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    char x = a[i], y = b[i];
+    if (x >= 'A' && x <= 'Z') x = char(x - 'A' + 'a');
+    if (y >= 'A' && y <= 'Z') y = char(y - 'A' + 'a');
+    if (x != y) return false;
+  }
+  return true;
+}
+
+}  // namespace archive::detail

@@ -1,0 +1,154 @@
+// One pass over an archive folder with readdir; a stat only where the name alone
+// cannot tell (links, file systems without d_type, names without a start token).
+#include "archive/folder_scan.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+#include "archive/file_name.h"
+
+namespace archive::detail {
+
+namespace {
+
+[[noreturn]] void throwFolderError(const std::string& path, int error) {
+  throw std::runtime_error("cannot read archive folder " + path + ": " + std::strerror(error));
+}
+
+// An open folder; `open()` is false when it does not exist.
+class DirReader {
+ public:
+  explicit DirReader(const std::string& path) : path_(path) {
+    dir_ = opendir(path.c_str());
+    if (!dir_ && errno != ENOENT) throwFolderError(path, errno);
+  }
+  ~DirReader() {
+    if (dir_) closedir(dir_);
+  }
+  DirReader(const DirReader&) = delete;
+  DirReader& operator=(const DirReader&) = delete;
+
+  bool open() const { return dir_ != nullptr; }
+  int fd() const { return dirfd(dir_); }
+  // The next entry other than "." and "..", or null at the end.
+  const dirent* next() {
+    for (;;) {
+      errno = 0;
+      const dirent* entry = readdir(dir_);
+      if (!entry) {
+        if (errno != 0) throwFolderError(path_, errno);
+        return nullptr;
+      }
+      if (entry->d_name[0] != '.') return entry;
+      // Names beginning with "." are marker folders, the trash or hidden files.
+    }
+  }
+
+ private:
+  std::string path_;
+  DIR* dir_ = nullptr;
+};
+
+void readNames(const std::string& path, NameSet& set) {
+  DirReader reader(path);
+  if (!reader.open()) return;
+  while (const dirent* entry = reader.next()) set.insert(entry->d_name);
+}
+
+constexpr std::size_t kMaxStore = std::numeric_limits<std::uint32_t>::max();
+
+}  // namespace
+
+std::uint8_t Markers::flagsOf(std::string_view name) const {
+  std::uint8_t flags = 0;
+  if (recording.contains(name)) flags |= kRecording;
+  if (locked.contains(name)) flags |= kLocked;
+  if (downloaded.contains(name)) flags |= kDownloaded;
+  if (afu.contains(name)) flags |= kInAFUQueue;
+  return flags;
+}
+
+Markers readMarkers(const std::string& dir) {
+  Markers markers;
+  readNames(dir + "/.afu", markers.afu);
+  readNames(dir + "/.locked", markers.locked);
+  readNames(dir + "/.downloaded", markers.downloaded);
+  readNames(dir + "/.recording", markers.recording);
+  return markers;
+}
+
+void Selection::setExtensions(const std::string& list) {
+  extensions.clear();
+  std::size_t begin = 0;
+  while (begin <= list.size()) {
+    std::size_t end = list.find(',', begin);
+    if (end == std::string::npos) end = list.size();
+    std::size_t b = begin, e = end;
+    while (b < e && (list[b] == ' ' || list[b] == '\t')) ++b;
+    while (e > b && (list[e - 1] == ' ' || list[e - 1] == '\t')) --e;
+    if (e > b) extensions.push_back(list.substr(b, e - b));
+    begin = end + 1;
+  }
+}
+
+bool Selection::passes(std::string_view name) const {
+  if (byPrefix && name.compare(0, prefix.size(), prefix) != 0) return false;
+  if (extensions.empty()) return true;
+  const std::string_view ext = fileExtension(name);
+  if (ext.empty()) return false;
+  for (const std::string& wanted : extensions)
+    if (equalsIgnoringCase(ext, wanted)) return true;
+  return false;
+}
+
+void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileEntry>& out) {
+  const std::string pathText = request.path.string();
+  DirReader reader(pathText);
+  if (!reader.open()) return;
+
+  Folder* folder = nullptr;
+  while (const dirent* d = reader.next()) {
+    const std::string_view name(d->d_name);
+    if (!request.selection->passes(name)) continue;
+    const std::uint8_t flags = request.markers->flagsOf(name) | request.addFlags;
+    if ((flags & request.requireFlags) != request.requireFlags) continue;
+    if (name.size() > 0xffff) continue;
+
+    const NameParts parts = parseFileName(name);
+    std::int64_t startTime = parts.startTime;
+    const bool knownRegular = d->d_type == DT_REG;
+    if (d->d_type != DT_REG && d->d_type != DT_LNK && d->d_type != DT_UNKNOWN) continue;
+    if (!knownRegular || !parts.hasToken) {
+      // A link or an unknown type must be a regular file; a name without a token
+      // takes its start from the modification time. A file gone by now is skipped.
+      struct stat st;
+      if (fstatat(reader.fd(), d->d_name, &st, 0) != 0 || !S_ISREG(st.st_mode)) continue;
+      if (!parts.hasToken) startTime = st.st_mtime;
+    }
+
+    if (!folder || folder->names.size() + name.size() > kMaxStore) {
+      if (folder) folder->names.shrink_to_fit();
+      store.push_back(std::make_unique<Folder>());
+      folder = store.back().get();
+      folder->owner = request.owner;
+      folder->path = request.path;
+      folder->pathText = pathText;
+    }
+    FileEntry entry;
+    entry.folder = folder;
+    entry.startTime = startTime;
+    entry.nameOffset = std::uint32_t(folder->names.size());
+    entry.nameLength = std::uint16_t(name.size());
+    entry.flags = flags;
+    folder->names.append(name);
+    out.push_back(entry);
+  }
+  if (folder) folder->names.shrink_to_fit();
+}
+
+}  // namespace archive::detail

@@ -1,0 +1,64 @@
+// The marker name set: FNV-1a hashing, linear probing, a load of at most one half.
+#include "archive/name_set.h"
+
+#include <limits>
+#include <stdexcept>
+
+namespace archive::detail {
+
+namespace {
+
+std::uint64_t hashName(std::string_view name) {
+  std::uint64_t h = 1469598103934665603ull;
+  for (unsigned char c : name) {
+    h ^= c;
+    h *= 1099511628211ull;
+  }
+  return h;
+}
+
+}  // namespace
+
+std::string_view NameSet::nameAt(std::uint32_t slot) const {
+  const std::size_t offset = slot - 1;
+  const std::size_t length = (std::size_t(std::uint8_t(store_[offset])) << 8) |
+                             std::uint8_t(store_[offset + 1]);
+  return std::string_view(store_.data() + offset + 2, length);
+}
+
+std::size_t NameSet::findSlot(std::string_view name, std::uint64_t hash) const {
+  const std::size_t mask = slots_.size() - 1;
+  for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
+    if (slots_[i] == 0 || nameAt(slots_[i]) == name) return i;
+  }
+}
+
+void NameSet::rehash(std::size_t capacity) {
+  std::vector<std::uint32_t> old;
+  old.swap(slots_);
+  slots_.assign(capacity, 0);
+  for (std::uint32_t slot : old)
+    if (slot != 0) slots_[findSlot(nameAt(slot), hashName(nameAt(slot)))] = slot;
+}
+
+void NameSet::insert(std::string_view name) {
+  if (name.size() > 0xffff) return;
+  if ((count_ + 1) * 2 > slots_.size()) rehash(slots_.empty() ? 64 : slots_.size() * 2);
+  const std::uint64_t hash = hashName(name);
+  const std::size_t i = findSlot(name, hash);
+  if (slots_[i] != 0) return;  // already there
+  if (store_.size() + name.size() + 2 >= std::numeric_limits<std::uint32_t>::max())
+    throw std::length_error("too many marker names");
+  slots_[i] = std::uint32_t(store_.size() + 1);
+  store_.push_back(char(name.size() >> 8));
+  store_.push_back(char(name.size() & 0xff));
+  store_.append(name);
+  ++count_;
+}
+
+bool NameSet::contains(std::string_view name) const {
+  if (count_ == 0) return false;
+  return slots_[findSlot(name, hashName(name))] != 0;
+}
+
+}  // namespace archive::detail

@@ -1,0 +1,31 @@
+// A compact set of file names for the marker folders: one byte store and an open
+// addressing table of offsets, a few bytes per name beyond the name itself.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace archive::detail {
+
+class NameSet {
+ public:
+  // Adds `name` (at most 65535 bytes; longer names are ignored, no file has one).
+  void insert(std::string_view name);
+  bool contains(std::string_view name) const;
+  std::size_t size() const { return count_; }
+  bool empty() const { return count_ == 0; }
+
+ private:
+  std::size_t findSlot(std::string_view name, std::uint64_t hash) const;
+  std::string_view nameAt(std::uint32_t slot) const;
+  void rehash(std::size_t capacity);
+
+  std::string store_;                 // each name: 2 length bytes, then its bytes
+  std::vector<std::uint32_t> slots_;  // 0 = empty, else offset into store_ + 1
+  std::size_t count_ = 0;
+};
+
+}  // namespace archive::detail
