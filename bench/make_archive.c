@@ -1,0 +1,200 @@
+/* Makes a large device archive for the benchmark, fast: every recording is a hard link
+ * to one real recording, every marker a hard link to one empty file.
+ *
+ *   make_archive DIR FILES RECORDERS CLIP
+ *
+ * DIR must not exist. Writes DIR/config.json (recorders "1".."R", archive folders
+ * DIR/archive/<id>, given relative to DIR) and FILES recordings spread evenly over the
+ * recorders, one a minute per recorder, the newest of each starting at
+ * 2026-11-20T23:59:00Z, named cam<id>_<YYYYMMDD>T<HHMMSS>Z[_motion-<n>].<ext of CLIP>.
+ * Of them, chosen by a fixed hash of recorder and index: 1% lie in .trash, 2% carry an
+ * event id, 1% are locked, 5% downloaded, 0.5% queued for upload (trash included); the
+ * newest of each recorder is being recorded. All links share one inode, so one
+ * modification time: it is set to the newest start plus 30 s.
+ *
+ * Also writes DIR/bench.env, shell assignments for the benchmark: the archive folders,
+ * the counts, and one UTC day in the middle of the archive, before its newest day
+ * (DAY_LO, DAY_HI: first and last second, DAY_NAME: its YYYYMMDD). */
+#define _GNU_SOURCE
+#include <errno.h>
+#include <fcntl.h>
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+static void die(const char* fmt, ...) {
+  va_list ap;
+  va_start(ap, fmt);
+  fprintf(stderr, "make_archive: ");
+  vfprintf(stderr, fmt, ap);
+  fprintf(stderr, ": %s\n", strerror(errno));
+  va_end(ap);
+  exit(1);
+}
+
+/* snprintf into a path buffer; a path that does not fit is an error, never cut short. */
+static void fmtPath(char* buf, size_t size, const char* fmt, ...) {
+  va_list ap;
+  va_start(ap, fmt);
+  int n = vsnprintf(buf, size, fmt, ap);
+  va_end(ap);
+  if (n < 0 || (size_t)n >= size) {
+    errno = ENAMETOOLONG;
+    die("path %s...", buf);
+  }
+}
+
+static void makeDir(const char* path) {
+  if (mkdir(path, 0755) != 0) die("mkdir %s", path);
+}
+
+static void copyFile(const char* from, const char* to) {
+  int in = open(from, O_RDONLY);
+  if (in < 0) die("open %s", from);
+  int out = open(to, O_WRONLY | O_CREAT | O_EXCL, 0644);
+  if (out < 0) die("create %s", to);
+  char buf[1 << 16];
+  ssize_t n;
+  while ((n = read(in, buf, sizeof buf)) > 0)
+    if (write(out, buf, n) != n) die("write %s", to);
+  if (n < 0) die("read %s", from);
+  close(in);
+  close(out);
+}
+
+static void hardLink(const char* target, const char* path) {
+  if (link(target, path) != 0) die("link %s", path);
+}
+
+/* A fixed, well-mixed hash (splitmix64) so the flags spread evenly and every run of the
+ * generator makes the same archive. */
+static uint64_t mix(uint64_t x) {
+  x += 0x9e3779b97f4a7c15ull;
+  x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9ull;
+  x = (x ^ (x >> 27)) * 0x94d049bb133111ebull;
+  return x ^ (x >> 31);
+}
+
+static int chance(uint64_t key, int salt, int perTenThousand) {
+  return (int)(mix(key * 8 + (uint64_t)salt) % 10000) < perTenThousand;
+}
+
+int main(int argc, char** argv) {
+  if (argc != 5) {
+    fprintf(stderr, "usage: make_archive DIR FILES RECORDERS CLIP\n");
+    return 2;
+  }
+  const char* dir = argv[1];
+  long files = atol(argv[2]);
+  int recorders = atoi(argv[3]);
+  const char* clipPath = argv[4];
+  if (files < 1 || recorders < 1 || recorders > 99) {
+    fprintf(stderr, "make_archive: need FILES >= 1 and 1 <= RECORDERS <= 99\n");
+    return 2;
+  }
+  const char* ext = strrchr(clipPath, '.');
+  ext = ext ? ext + 1 : "mp4";
+
+  char path[4096], target[4096];
+  makeDir(dir);
+  fmtPath(path, sizeof path, "%s/archive", dir);
+  makeDir(path);
+  char clip[4096], empty[4096];
+  fmtPath(clip, sizeof clip, "%s/clip.%s", dir, ext);
+  copyFile(clipPath, clip);
+  fmtPath(empty, sizeof empty, "%s/empty", dir);
+  int fd = open(empty, O_WRONLY | O_CREAT | O_EXCL, 0644);
+  if (fd < 0) die("create %s", empty);
+  close(fd);
+
+  fmtPath(path, sizeof path, "%s/config.json", dir);
+  FILE* cfg = fopen(path, "w");
+  if (!cfg) die("create %s", path);
+  fprintf(cfg, "{\n  \"media\": {\n    \"recorders\": [\n");
+  for (int r = 1; r <= recorders; ++r)
+    fprintf(cfg, "      { \"id\": \"%d\", \"label\": \"Camera %d\", \"archiveDirectory\": \"archive/%d\" }%s\n",
+            r, r, r, r < recorders ? "," : "");
+  fprintf(cfg, "    ]\n  }\n}\n");
+  fclose(cfg);
+
+  struct tm newestTm = {.tm_year = 2026 - 1900, .tm_mon = 10, .tm_mday = 20,
+                        .tm_hour = 23, .tm_min = 59};
+  const time_t newest = timegm(&newestTm);
+  static const char* const kMarkers[] = {"afu", "locked", "downloaded", "recording", "trash"};
+  long counts[6] = {0};  /* afu locked downloaded recording trash events */
+  long perRecorder = files / recorders;
+
+  for (int r = 1; r <= recorders; ++r) {
+    char rdir[4096];
+    fmtPath(rdir, sizeof rdir, "%s/archive/%d", dir, r);
+    makeDir(rdir);
+    for (int k = 0; k < 5; ++k) {
+      fmtPath(path, sizeof path, "%s/.%s", rdir, kMarkers[k]);
+      makeDir(path);
+    }
+    long n = perRecorder + (r <= files % recorders ? 1 : 0);
+    for (long i = 0; i < n; ++i) {
+      time_t start = newest - (time_t)(n - 1 - i) * 60;
+      struct tm tm;
+      gmtime_r(&start, &tm);
+      uint64_t key = (uint64_t)r << 40 | (uint64_t)i;
+      int isRecording = i == n - 1;
+      int inTrash = !isRecording && chance(key, 1, 100);
+      int event = chance(key, 2, 200);
+      char name[256], stamp[32];
+      strftime(stamp, sizeof stamp, "%Y%m%dT%H%M%SZ", &tm);
+      if (event)
+        snprintf(name, sizeof name, "cam%d_%s_motion-%ld.%s", r, stamp, i, ext);
+      else
+        snprintf(name, sizeof name, "cam%d_%s.%s", r, stamp, ext);
+      fmtPath(path, sizeof path, "%s/%s%s", rdir, inTrash ? ".trash/" : "", name);
+      hardLink(clip, path);
+      int flag[4] = {chance(key, 3, 50), chance(key, 4, 100), chance(key, 5, 500), isRecording};
+      for (int k = 0; k < 4; ++k) {
+        if (!flag[k]) continue;
+        fmtPath(target, sizeof target, "%s/.%s/%s", rdir, kMarkers[k], name);
+        hardLink(empty, target);
+        ++counts[k];
+      }
+      counts[4] += inTrash;
+      counts[5] += event;
+    }
+  }
+
+  struct timespec times[2] = {{.tv_sec = newest + 30}, {.tv_sec = newest + 30}};
+  if (utimensat(AT_FDCWD, clip, times, 0) != 0) die("set times of %s", clip);
+
+  /* A whole UTC day in the middle of recorder 1's span, but never the newest day, which
+   * holds the shared modification time. */
+  long n1 = perRecorder + (files % recorders ? 1 : 0);
+  time_t mid = newest - (time_t)(n1 / 2) * 60;
+  time_t dayLo = mid - mid % 86400;
+  if (dayLo > newest - newest % 86400 - 86400) dayLo = newest - newest % 86400 - 86400;
+  struct tm dayTm;
+  gmtime_r(&dayLo, &dayTm);
+  char dayName[16];
+  strftime(dayName, sizeof dayName, "%Y%m%d", &dayTm);
+
+  fmtPath(path, sizeof path, "%s/bench.env", dir);
+  FILE* env = fopen(path, "w");
+  if (!env) die("create %s", path);
+  fprintf(env, "FILES=%ld\nRECORDERS=%d\nTRASHED=%ld\nLISTED=%ld\n", files, recorders,
+          counts[4], files - counts[4]);
+  fprintf(env, "QUEUED=%ld\nLOCKED=%ld\nDOWNLOADED=%ld\nRECORDING=%ld\nEVENTS=%ld\n",
+          counts[0], counts[1], counts[2], counts[3], counts[5]);
+  fprintf(env, "DAY_LO=%lld\nDAY_HI=%lld\nDAY_NAME=%s\n", (long long)dayLo,
+          (long long)dayLo + 86399, dayName);
+  fprintf(env, "DIRS=(");
+  for (int r = 1; r <= recorders; ++r) fprintf(env, "%s\"%s/archive/%d\"", r > 1 ? " " : "", dir, r);
+  fprintf(env, ")\n");
+  fclose(env);
+  printf("made %s: %ld recordings in %d recorders (%ld in trash), %ld queued, %ld locked, "
+         "%ld downloaded, %ld recording, %ld with an event id\n",
+         dir, files, recorders, counts[4], counts[0], counts[1], counts[2], counts[3], counts[5]);
+  return 0;
+}
