@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <iosfwd>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -23,8 +24,8 @@ class OptParser;
 // only the command handlers, which catch it by type, ever see it.
 class OptException {
  public:
-  OptException(std::string message, const Opt* option = nullptr, std::string value = {})
-      : message(std::move(message)), option(option), value(std::move(value)) {}
+  OptException(std::string text, const Opt* about = nullptr, std::string valueText = {})
+      : message(std::move(text)), option(about), value(std::move(valueText)) {}
 
   std::string message;  // the complete text shown to the user
   const Opt* option;    // the option the error is about, or null
@@ -34,7 +35,7 @@ class OptException {
 // A bad or missing value: "Invalid value '<value>' for <display name>".
 class OptValueException : public OptException {
  public:
-  OptValueException(const Opt& option, const std::string& value);
+  OptValueException(const Opt& about, const std::string& text);
 };
 
 namespace detail {
@@ -54,11 +55,10 @@ class NonCopyable {
 class Opt : private detail::NonCopyable {
  public:
   // Registers the new descriptor at the end of `parser`'s option list.
-  Opt(OptParser& parser, char shortName, std::string longName, std::string description,
-      std::size_t maxCount, bool required);
+  Opt(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
+      bool isRequired);
   // Builds the descriptor without registering it; see OptParser::add.
-  Opt(char shortName, std::string longName, std::string description, std::size_t maxCount,
-      bool required);
+  Opt(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired);
 
   // Handles one occurrence. argv[0] is the first word available to the option and
   // argc the number of words from there to the end (0 if none). Returns the number of
@@ -133,14 +133,12 @@ struct OptValueParser<std::pair<long, long>> {
 // it, so a switch over a flag that starts true turns it off.
 class Switch : public Opt {
  public:
-  Switch(OptParser& parser, char shortName, std::string longName, std::string description,
-         std::size_t maxCount, bool required, bool& target)
-      : Opt(parser, shortName, std::move(longName), std::move(description), maxCount, required),
-        target(&target) {}
-  Switch(char shortName, std::string longName, std::string description, std::size_t maxCount,
-         bool required, bool& target)
-      : Opt(shortName, std::move(longName), std::move(description), maxCount, required),
-        target(&target) {}
+  Switch(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
+         bool isRequired, bool& dest)
+      : Opt(parser, sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
+  Switch(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired,
+         bool& dest)
+      : Opt(sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
 
   int parse(int argc, const char* const argv[]) override;
 
@@ -150,14 +148,11 @@ class Switch : public Opt {
 // A switch that owns its flag, which starts false.
 class SwitchValue : public Switch {
  public:
-  SwitchValue(OptParser& parser, char shortName, std::string longName, std::string description,
-              std::size_t maxCount, bool required)
-      : Switch(parser, shortName, std::move(longName), std::move(description), maxCount,
-               required, value_) {}
-  SwitchValue(char shortName, std::string longName, std::string description,
-              std::size_t maxCount, bool required)
-      : Switch(shortName, std::move(longName), std::move(description), maxCount, required,
-               value_) {}
+  SwitchValue(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
+              bool isRequired)
+      : Switch(parser, sname, std::move(lname), std::move(desc), limit, isRequired, value_) {}
+  SwitchValue(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired)
+      : Switch(sname, std::move(lname), std::move(desc), limit, isRequired, value_) {}
 
   bool value() const { return value_; }
 
@@ -171,14 +166,12 @@ template <typename T, typename Parser = OptValueParser<T>>
 class Option : public Opt {
  public:
   // `target` keeps its prior content as the default.
-  Option(OptParser& parser, char shortName, std::string longName, std::string description,
-         std::size_t maxCount, bool required, T& target)
-      : Opt(parser, shortName, std::move(longName), std::move(description), maxCount, required),
-        target(&target) {}
-  Option(char shortName, std::string longName, std::string description, std::size_t maxCount,
-         bool required, T& target)
-      : Opt(shortName, std::move(longName), std::move(description), maxCount, required),
-        target(&target) {}
+  Option(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
+         bool isRequired, T& dest)
+      : Opt(parser, sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
+  Option(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired,
+         T& dest)
+      : Opt(sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
 
   // "empty" stands for the value when the option is the last word.
   int parse(int argc, const char* const argv[]) override {
@@ -195,15 +188,14 @@ class Option : public Opt {
 template <typename T, typename Parser = OptValueParser<T>>
 class OptionValue : public Option<T, Parser> {
  public:
-  OptionValue(OptParser& parser, char shortName, std::string longName, std::string description,
-              std::size_t maxCount, bool required, const T& initial = T())
-      : Option<T, Parser>(parser, shortName, std::move(longName), std::move(description),
-                          maxCount, required, value_),
+  OptionValue(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
+              bool isRequired, const T& initial = T())
+      : Option<T, Parser>(parser, sname, std::move(lname), std::move(desc), limit, isRequired,
+                          value_),
         value_(initial) {}
-  OptionValue(char shortName, std::string longName, std::string description,
-              std::size_t maxCount, bool required, const T& initial = T())
-      : Option<T, Parser>(shortName, std::move(longName), std::move(description), maxCount,
-                          required, value_),
+  OptionValue(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired,
+              const T& initial = T())
+      : Option<T, Parser>(sname, std::move(lname), std::move(desc), limit, isRequired, value_),
         value_(initial) {}
 
   const T& value() const { return value_; }
@@ -217,14 +209,12 @@ class OptionValue : public Option<T, Parser> {
 template <typename T, typename OutputIt, typename Parser = OptValueParser<T>>
 class MultiOption : public Opt {
  public:
-  MultiOption(OptParser& parser, char shortName, std::string longName, std::string description,
-              std::size_t maxCount, bool required, OutputIt out)
-      : Opt(parser, shortName, std::move(longName), std::move(description), maxCount, required),
-        target(out) {}
-  MultiOption(char shortName, std::string longName, std::string description,
-              std::size_t maxCount, bool required, OutputIt out)
-      : Opt(shortName, std::move(longName), std::move(description), maxCount, required),
-        target(out) {}
+  MultiOption(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
+              bool isRequired, OutputIt out)
+      : Opt(parser, sname, std::move(lname), std::move(desc), limit, isRequired), target(out) {}
+  MultiOption(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired,
+              OutputIt out)
+      : Opt(sname, std::move(lname), std::move(desc), limit, isRequired), target(out) {}
 
   int parse(int argc, const char* const argv[]) override {
     if (argc < 1) throw OptValueException(*this, "empty");
@@ -245,13 +235,13 @@ class MultiOptionValue : public MultiOption<T, std::back_insert_iterator<Contain
   using Base = MultiOption<T, std::back_insert_iterator<Container>, Parser>;
 
  public:
-  MultiOptionValue(OptParser& parser, char shortName, std::string longName,
-                   std::string description, std::size_t maxCount, bool required)
-      : Base(parser, shortName, std::move(longName), std::move(description), maxCount, required,
+  MultiOptionValue(OptParser& parser, char sname, std::string lname, std::string desc,
+                   std::size_t limit, bool isRequired)
+      : Base(parser, sname, std::move(lname), std::move(desc), limit, isRequired,
              std::back_inserter(values_)) {}
-  MultiOptionValue(char shortName, std::string longName, std::string description,
-                   std::size_t maxCount, bool required)
-      : Base(shortName, std::move(longName), std::move(description), maxCount, required,
+  MultiOptionValue(char sname, std::string lname, std::string desc, std::size_t limit,
+                   bool isRequired)
+      : Base(sname, std::move(lname), std::move(desc), limit, isRequired,
              std::back_inserter(values_)) {}
 
   const Container& values() const { return values_; }
@@ -280,6 +270,8 @@ class OptParser {
 
   // Writes one line per named option with a description to standard output.
   void printUsage() const;
+  // The same lines to `out`, flushed one by one.
+  void printUsage(std::ostream& out) const;
 
   std::vector<Opt*> options;
   SwitchValue help;

@@ -1,0 +1,81 @@
+// Conversions from the text of an option value into the typed destinations of options.
+#include <strings.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "popts/popts.h"
+
+namespace popts {
+
+bool OptValueParser<std::string>::parse(const char* text, std::string& out) {
+  out = text;
+  return true;
+}
+
+// Grammar: what strtoul accepts with base 0 (leading blanks, a sign, "0x" for hex, a
+// leading "0" for octal), and nothing after it. The empty text converts nothing and is
+// therefore 0; overflow saturates silently, as the C library does.
+bool OptValueParser<unsigned long>::parse(const char* text, unsigned long& out) {
+  char* end = nullptr;
+  out = std::strtoul(text, &end, 0);
+  return *end == '\0';
+}
+
+// As unsigned long, truncated to 32 bits.
+bool OptValueParser<unsigned int>::parse(const char* text, unsigned int& out) {
+  unsigned long wide = 0;
+  const bool ok = OptValueParser<unsigned long>::parse(text, wide);
+  out = static_cast<unsigned int>(wide);
+  return ok;
+}
+
+// Grammar: what strtol accepts with base 0, and nothing after it; truncated to 32 bits.
+bool OptValueParser<int>::parse(const char* text, int& out) {
+  char* end = nullptr;
+  out = static_cast<int>(std::strtol(text, &end, 0));
+  return *end == '\0';
+}
+
+// Grammar: 1|y|yes|on|true or 0|n|no|off|false, in any case. `out` is untouched on failure.
+bool OptValueParser<bool>::parse(const char* text, bool& out) {
+  static const char* const kTrueWords[] = {"1", "y", "yes", "on", "true"};
+  static const char* const kFalseWords[] = {"0", "n", "no", "off", "false"};
+  for (const char* word : kTrueWords) {
+    if (strcasecmp(text, word) == 0) {
+      out = true;
+      return true;
+    }
+  }
+  for (const char* word : kFalseWords) {
+    if (strcasecmp(text, word) == 0) {
+      out = false;
+      return true;
+    }
+  }
+  return false;
+}
+
+// Grammar: t|time (ascending) or rt|rtime (descending), case-sensitive like every other
+// fixed word of an option value.
+bool OptValueParser<archive::BrowseSortOrder>::parse(const char* text,
+                                                     archive::BrowseSortOrder& out) {
+  if (std::strcmp(text, "t") == 0 || std::strcmp(text, "time") == 0) {
+    out = archive::BrowseSortOrder::time;
+    return true;
+  }
+  if (std::strcmp(text, "rt") == 0 || std::strcmp(text, "rtime") == 0) {
+    out = archive::BrowseSortOrder::rtime;
+    return true;
+  }
+  return false;
+}
+
+// Grammar: "<long>,<long>" as sscanf reads it: blanks are skipped before each number, none
+// is allowed before the comma, and whatever follows the second number is ignored.
+bool OptValueParser<std::pair<long, long>>::parse(const char* text, std::pair<long, long>& out) {
+  return std::sscanf(text, "%ld,%ld", &out.first, &out.second) == 2;
+}
+
+}  // namespace popts
