@@ -1,5 +1,6 @@
 /* Makes a large device archive for the benchmark, fast: every recording is a hard link
- * to one real recording, every marker a hard link to one empty file.
+ * to one real recording, every marker a hard link to one empty file (to one of a few
+ * copies of each, as a file takes only so many links).
  *
  *   make_archive DIR FILES RECORDERS CLIP
  *
@@ -9,8 +10,8 @@
  * 2026-11-20T23:59:00Z, named cam<id>_<YYYYMMDD>T<HHMMSS>Z[_motion-<n>].<ext of CLIP>.
  * Of them, chosen by a fixed hash of recorder and index: 1% lie in .trash, 2% carry an
  * event id, 1% are locked, 5% downloaded, 0.5% queued for upload (trash included); the
- * newest of each recorder is being recorded. All links share one inode, so one
- * modification time: it is set to the newest start plus 30 s.
+ * newest of each recorder is being recorded. Links share their inode, so all recordings
+ * have one modification time: the newest start plus 30 s.
  *
  * Also writes DIR/bench.env, shell assignments for the benchmark: the archive folders,
  * the counts, and one UTC day in the middle of the archive, before its newest day
@@ -67,8 +68,35 @@ static void copyFile(const char* from, const char* to) {
   close(out);
 }
 
-static void hardLink(const char* target, const char* path) {
-  if (link(target, path) != 0) die("link %s", path);
+/* Files that many links point to. A file system bounds the links to one inode (ext4:
+ * 65,000), so when a copy is full the next link goes to a fresh copy of the original. */
+struct LinkPool {
+  char original[4096];
+  char current[4096];
+  int copies;
+};
+
+static void newCopy(struct LinkPool* pool) {
+  fmtPath(pool->current, sizeof pool->current, "%s.%d", pool->original, pool->copies++);
+  copyFile(pool->original, pool->current);
+}
+
+static void hardLink(struct LinkPool* pool, const char* path) {
+  if (pool->copies == 0) newCopy(pool);
+  while (link(pool->current, path) != 0) {
+    if (errno != EMLINK) die("link %s", path);
+    newCopy(pool);
+  }
+}
+
+/* Sets the modification time of every copy in the pool. */
+static void setTimes(const struct LinkPool* pool, time_t t) {
+  struct timespec times[2] = {{.tv_sec = t}, {.tv_sec = t}};
+  char path[4096];
+  for (int i = 0; i < pool->copies; ++i) {
+    fmtPath(path, sizeof path, "%s.%d", pool->original, i);
+    if (utimensat(AT_FDCWD, path, times, 0) != 0) die("set times of %s", path);
+  }
 }
 
 /* A fixed, well-mixed hash (splitmix64) so the flags spread evenly and every run of the
@@ -104,12 +132,12 @@ int main(int argc, char** argv) {
   makeDir(dir);
   fmtPath(path, sizeof path, "%s/archive", dir);
   makeDir(path);
-  char clip[4096], empty[4096];
-  fmtPath(clip, sizeof clip, "%s/clip.%s", dir, ext);
-  copyFile(clipPath, clip);
-  fmtPath(empty, sizeof empty, "%s/empty", dir);
-  int fd = open(empty, O_WRONLY | O_CREAT | O_EXCL, 0644);
-  if (fd < 0) die("create %s", empty);
+  struct LinkPool clip = {.copies = 0}, empty = {.copies = 0};
+  fmtPath(clip.original, sizeof clip.original, "%s/clip.%s", dir, ext);
+  copyFile(clipPath, clip.original);
+  fmtPath(empty.original, sizeof empty.original, "%s/empty", dir);
+  int fd = open(empty.original, O_WRONLY | O_CREAT | O_EXCL, 0644);
+  if (fd < 0) die("create %s", empty.original);
   close(fd);
 
   fmtPath(path, sizeof path, "%s/config.json", dir);
@@ -153,12 +181,12 @@ int main(int argc, char** argv) {
       else
         snprintf(name, sizeof name, "cam%d_%s.%s", r, stamp, ext);
       fmtPath(path, sizeof path, "%s/%s%s", rdir, inTrash ? ".trash/" : "", name);
-      hardLink(clip, path);
+      hardLink(&clip, path);
       int flag[4] = {chance(key, 3, 50), chance(key, 4, 100), chance(key, 5, 500), isRecording};
       for (int k = 0; k < 4; ++k) {
         if (!flag[k]) continue;
         fmtPath(target, sizeof target, "%s/.%s/%s", rdir, kMarkers[k], name);
-        hardLink(empty, target);
+        hardLink(&empty, target);
         ++counts[k];
       }
       counts[4] += inTrash;
@@ -166,8 +194,7 @@ int main(int argc, char** argv) {
     }
   }
 
-  struct timespec times[2] = {{.tv_sec = newest + 30}, {.tv_sec = newest + 30}};
-  if (utimensat(AT_FDCWD, clip, times, 0) != 0) die("set times of %s", clip);
+  setTimes(&clip, newest + 30);
 
   /* A whole UTC day in the middle of recorder 1's span, but never the newest day, which
    * holds the shared modification time. */
