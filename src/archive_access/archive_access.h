@@ -21,8 +21,8 @@ using Recorders = std::vector<std::shared_ptr<sysinfo::RecorderInfo>>;
 // An identifier that names no configured recorder. what() is "Recorder not found".
 class RecorderNotFound : public std::logic_error {
  public:
-  explicit RecorderNotFound(std::string recorder)
-      : std::logic_error("Recorder not found"), recorder(std::move(recorder)) {}
+  explicit RecorderNotFound(std::string id)
+      : std::logic_error("Recorder not found"), recorder(std::move(id)) {}
   std::string recorder;
 };
 
