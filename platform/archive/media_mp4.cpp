@@ -1,4 +1,4 @@
-// MP4 / QuickTime duration: moov/mvhd, or moov/mvex/mehd for fragmented files.
+// MP4 / QuickTime duration: moov/mvhd, or for fragmented files (moov/mvex) mehd.
 //
 // Accepted structure (ISO/IEC 14496-12 boxes, big endian):
 //   box      = size:u32 type:4cc [largesize:u64 when size == 1] payload
@@ -82,10 +82,9 @@ std::optional<std::int64_t> mp4Duration(Reader& reader) {
   }
   if (timescale == 0) return std::nullopt;
 
-  if (duration == 0) {
-    // Fragmented: the movie header says nothing; the extends header may.
-    const auto mvex = findBox(reader, moov->payload, moov->end, "mvex");
-    if (!mvex) return std::nullopt;
+  if (const auto mvex = findBox(reader, moov->payload, moov->end, "mvex")) {
+    // Fragmented: mvhd covers only the samples inside moov (0 with an empty moov, the
+    // first fragment with some writers); the whole length is in mehd or nowhere.
     const auto mehd = findBox(reader, mvex->payload, mvex->end, "mehd");
     if (!mehd) return std::nullopt;
     std::uint8_t e[12];
@@ -97,8 +96,8 @@ std::optional<std::int64_t> mp4Duration(Reader& reader) {
     } else {
       return std::nullopt;
     }
-    if (duration == 0) return std::nullopt;
   }
+  if (duration == 0) return std::nullopt;
   return roundedQuotient(duration, timescale);
 }
 
