@@ -13,16 +13,24 @@ struct Archive::State {
   detail::Selection selection;
   // Read on the first gathering and kept: one read of each marker folder per archive.
   std::unique_ptr<detail::Markers> markers;
+  bool missing = false;  // <dir> did not exist at the first gathering
   detail::FolderStore folders;
 
+  // Opens <dir> first, so that a <dir> that cannot be read is reported by its own name
+  // rather than by the name of the first folder inside it.
   const detail::Markers& readMarkersOnce() {
-    if (!markers)
-      markers = std::make_unique<detail::Markers>(detail::readMarkers(directory.string()));
+    if (!markers) {
+      missing = !detail::openFolder(directory.string());
+      markers = std::make_unique<detail::Markers>(
+          missing ? detail::Markers() : detail::readMarkers(directory.string()));
+    }
     return *markers;
   }
 
   void scan(bool inTrash, std::uint8_t addFlags, std::uint8_t requireFlags,
             std::deque<detail::FileEntry>& out) {
+    readMarkersOnce();
+    if (missing) return;
     detail::ScanRequest request;
     request.owner = &owner;
     request.path = inTrash ? directory / ".trash" : directory;

@@ -73,6 +73,8 @@ std::uint8_t Markers::flagsOf(std::string_view name) const {
   return flags;
 }
 
+bool openFolder(const std::string& path) { return DirReader(path).open(); }
+
 Markers readMarkers(const std::string& dir) {
   Markers markers;
   readNames(dir + "/.afu", markers.afu);

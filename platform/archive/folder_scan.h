@@ -46,6 +46,10 @@ struct Markers {
   std::uint8_t flagsOf(std::string_view name) const;
 };
 
+// Whether folder `path` exists and can be read (opened and closed again). False when it
+// does not exist; throws std::runtime_error naming it for any other failure.
+bool openFolder(const std::string& path);
+
 // Reads the marker folders <dir>/.afu, .locked, .downloaded and .recording.
 // Throws std::runtime_error for a folder that exists but cannot be read.
 Markers readMarkers(const std::string& dir);
