@@ -1,9 +1,98 @@
-// The `list` command (not built yet).
+// The `list` command: parses its options, chooses the archives and the kind of source,
+// and lists their files through the text or the JSON formatter.
 #include "list/list_command.h"
 
 #include <iostream>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
 
-int listCommand(int, const char* const[]) {
-  std::cerr << "The list command is not available yet." << std::endl;
-  return 1;
+#include "archive_access/archive_access.h"
+#include "list/browse.h"
+#include "list/json_formatter.h"
+#include "list/shell_formatter.h"
+#include "popts/popts.h"
+
+namespace {
+
+void printListHelp(std::ostream& out) {
+  out << "list (ls): browse archive files" << std::endl;
+  out << "usage  list [options] <channel ids>" << std::endl;
+  out << "   or  list [options] *" << std::endl;
+  out << "   or  list [options] --path <path> --name <prefix>" << std::endl;
+}
+
+// "*" and "all" stand for every extension, which the archive library spells as "".
+std::string extensionList(const std::string& value) {
+  return value == "*" || value == "all" ? std::string() : value;
+}
+
+}  // namespace
+
+int listCommand(int argc, const char* const argv[]) {
+  std::string columnFormat = "ATSDNF";
+  bool quote = false;
+  BrowseOptions browse;
+
+  // Registration order is the order of the help screen's lines.
+  popts::OptParser parser;
+  popts::Option<std::string> format(parser, 'f', "format", "Columns", 1, false, columnFormat);
+  popts::Switch quoteNames(parser, 'q', "quote", "Quote names", 1, false, quote);
+  popts::OptionValue<std::string> exts(parser, 'e', "exts", "Extensions filter", 1, false);
+  popts::Option<unsigned long> start(parser, 's', "start", "Starting index", 1, false,
+                                     browse.start);
+  popts::Option<unsigned long> limit(parser, 'l', "limit", "Output limit", 1, false,
+                                     browse.limit);
+  popts::Option<archive::BrowseSortOrder> sort(parser, 'S', "sort", "Sort order (time, rtime)",
+                                               1, false, browse.sortOrder);
+  popts::SwitchValue afu(parser, 0, "afu", "Browse AFU", 1, false);
+  popts::SwitchValue trash(parser, 0, "trash", "Browse trash", 1, false);
+  popts::OptionValue<std::string> path(parser, 'p', "path", "Single channel path", 1, true);
+  popts::OptionValue<std::string> name(parser, 'n', "name", "Single channel name", 1, false);
+  popts::SwitchValue json(parser, 0, "json", "Output in JSON format", 1, false);
+  popts::Option<std::pair<long, long>> range(parser, 0, "st-range", "Start timestamp range", 1,
+                                             false, browse.range);
+  popts::MultiOptionValue<std::string, std::vector<std::string>> ids(
+      parser, 0, "", "Recorders identifiers", 128, true);
+
+  path.dependsOn(name);
+  // Both are required, so exactly one of them must be given.
+  path.excludes(ids);
+  afu.excludes(trash);
+
+  try {
+    parser.parse(argc, argv, true);
+  } catch (popts::OptException& e) {
+    std::cerr << e.message << std::endl;
+    return 2;
+  }
+  if (parser.helpRequested()) {
+    printListHelp(std::cout);
+    parser.printUsage();
+    return 1;
+  }
+
+  const ArchiveSet archives = makeArchives(path, name, ids);
+  // Before the choice of source, so that the filter holds for AFU and trash listings too.
+  if (exts.count != 0) {
+    const std::string extensions = extensionList(exts.value());
+    for (const auto& a : archives) a->setExtensions(extensions);
+  }
+
+  std::unique_ptr<IBrowseFilesFormatter> formatter;
+  if (json.value()) {
+    formatter = std::make_unique<JsonBrowseFilesFormatter>(columnFormat);
+  } else {
+    formatter = std::make_unique<ShellBrowseFilesFormatter>(columnFormat, quote);
+  }
+
+  if (afu.value()) {
+    browseFiles(afuQueues(archives), browse, std::cout, formatter.get());
+  } else if (trash.value()) {
+    browseFiles(trashes(archives), browse, std::cout, formatter.get());
+  } else {
+    browseFiles(archives, browse, std::cout, formatter.get());
+  }
+  return 0;
 }

@@ -1,0 +1,41 @@
+// The browse driver: one gathered deque, one library browse, one formatter pass.
+#include "list/browse.h"
+
+#include <deque>
+#include <functional>
+
+archive::BrowseFilter makeStartTimeFilter(std::pair<long, long> range) {
+  if (range.first == 0 && range.second == 0) return archive::BrowseFilter();
+  const long lo = range.first;
+  const long hi = range.second;
+  // Signed comparisons: a lower bound of 0 still rejects start times before the epoch.
+  auto inRange = [lo, hi](archive::FileInfo& file) {
+    const long t = file.getStartTime();
+    if (t < lo) return false;
+    return hi == 0 || t <= hi;
+  };
+  return archive::BrowseFilter(archive::BrowseFilter::kPredicate, std::move(inRange));
+}
+
+template <typename Set>
+void browseFiles(const Set& set, const BrowseOptions& options, std::ostream& out,
+                 IBrowseFilesFormatter* formatter) {
+  const archive::BrowseFilter filter = makeStartTimeFilter(options.range);
+  formatter->begin(out);
+  // One deque for the whole set, so that sorting and paging see every source at once.
+  std::deque<archive::detail::FileEntry> entries;
+  for (const auto& member : set) member->appendEntries(entries);
+  archive::detail::browseFileEntries(entries, options.sortOrder, options.start, options.limit,
+                                     filter, [formatter, &out](archive::FileInfo& file) {
+                                       formatter->format(out, file);
+                                       return true;
+                                     });
+  formatter->end(out);
+}
+
+template void browseFiles(const std::vector<std::shared_ptr<archive::Archive>>&,
+                          const BrowseOptions&, std::ostream&, IBrowseFilesFormatter*);
+template void browseFiles(const std::vector<archive::AFUQueue const*>&, const BrowseOptions&,
+                          std::ostream&, IBrowseFilesFormatter*);
+template void browseFiles(const std::vector<archive::Trash const*>&, const BrowseOptions&,
+                          std::ostream&, IBrowseFilesFormatter*);
