@@ -108,6 +108,22 @@ TEST(DispatcherTest, CommandWordsInAnyCaseReachTheirHandlers) {
   }
 }
 
+// A standard exception leaving a handler is reported by the dispatcher as its what() text
+// alone: no prefix and no usage hint.
+TEST(DispatcherTest, StandardExceptionFromAHandlerIsItsTextWithStatusOne) {
+  const testing_support::TempDir dir;
+  testing_support::makeDirs(dir / "front");
+  testing_support::writeDeviceConfig(dir / "device.json", {{"1", "Front", dir / "front"}});
+  const testing_support::Env env{{"DEVICE_CONFIG", dir / "device.json"}};
+  for (const std::vector<std::string>& args :
+       std::vector<std::vector<std::string>>{{"LS", "nope"}, {"st", "1", "nope"}}) {
+    const RunResult run = runArchive(args, env);
+    EXPECT_EQ(run.status, 1) << joined(args);
+    EXPECT_EQ(run.out, "") << joined(args);
+    EXPECT_EQ(run.err, "Recorder not found\n") << joined(args);
+  }
+}
+
 // `help <command> words...` is `<command> --help`; the later words do not reach the handler.
 TEST(DispatcherTest, HelpForACommandMatchesItsOwnHelpSwitch) {
   struct Pair {
