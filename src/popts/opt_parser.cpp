@@ -1,7 +1,5 @@
 // The command-line parser: one walk over a command's words, then the checks on required,
 // mutually exclusive and dependent options.
-#include <cstring>
-
 #include "popts/popts.h"
 
 namespace popts {
