@@ -1,0 +1,107 @@
+// Counting and printing of archive statistics.
+#include "stat/archive_stat.h"
+
+#include <deque>
+#include <iostream>
+
+namespace {
+
+// Sums wrap at 2^64 like the counts rather than being undefined on overflow; no real
+// archive comes near, but a library that reports nonsense sizes must not crash us.
+void addSize(std::int64_t& sum, std::int64_t size) {
+  sum = static_cast<std::int64_t>(static_cast<std::uint64_t>(sum) +
+                                  static_cast<std::uint64_t>(size));
+}
+
+// Counts one file. A count is raised before its size is read, so a size that cannot be
+// read still leaves the file counted. getSize() is asked again for every sum it enters,
+// and isInAFUQueue() only of files that are not deleted: a deleted file belongs to the
+// trash alone, even if it still carries an AFU marker.
+bool countFile(ArchiveStat& stat, archive::FileInfo& file) {
+  if (file.deleted) {
+    ++stat.deletedCount;
+    addSize(stat.deletedSize, file.getSize());
+    return true;
+  }
+  ++stat.filesCount;
+  addSize(stat.filesSize, file.getSize());
+  if (file.isInAFUQueue()) {
+    ++stat.afuCount;
+    addSize(stat.afuSize, file.getSize());
+  }
+  return true;
+}
+
+}  // namespace
+
+template <typename Sources>
+ArchiveStat statArchives(const Sources& sources) {
+  ArchiveStat stat;
+  // One collection for the whole set, then one browse: the totals need no order, so
+  // nothing is sorted, filtered or paged.
+  std::deque<archive::detail::FileEntry> entries;
+  for (const auto& source : sources) source->appendEntries(entries);
+  archive::BrowseFilter everything;
+  archive::detail::browseFileEntries(
+      entries, archive::BrowseSortOrder::none, 0, 0, everything,
+      [&stat](archive::FileInfo& file) { return countFile(stat, file); });
+  return stat;
+}
+
+template ArchiveStat statArchives(const std::vector<std::shared_ptr<archive::Archive>>&);
+template ArchiveStat statArchives(const std::vector<archive::AFUQueue const*>&);
+template ArchiveStat statArchives(const std::vector<archive::Trash const*>&);
+
+objstream::object makeCountSizeObject(long long count, long long size) {
+  objstream::object pair;
+  pair["count"] = objstream::object(count);
+  pair["size"] = objstream::object(size);
+  return pair;
+}
+
+void printCountSizeJson(std::ostream& out, long long count, long long size) {
+  out << makeCountSizeObject(count, size) << std::endl;
+}
+
+void printCountSizeJson(long long count, long long size) {
+  printCountSizeJson(std::cout, count, size);
+}
+
+void printCountSizeLine(std::ostream& out, std::uint64_t count, std::int64_t size) {
+  out << count << '\t' << size << std::endl;
+}
+
+void printArchiveStat(std::ostream& out, const ArchiveStat& stat, StatSource source, bool json) {
+  // Counts become long long for JSON as they are: the same bits, so a count above
+  // 2^63 shows negative there while the text form shows it unsigned.
+  switch (source) {
+    case StatSource::afu:
+      if (json) {
+        printCountSizeJson(out, static_cast<long long>(stat.afuCount), stat.afuSize);
+      } else {
+        printCountSizeLine(out, stat.afuCount, stat.afuSize);
+      }
+      return;
+    case StatSource::trash:
+      if (json) {
+        printCountSizeJson(out, static_cast<long long>(stat.deletedCount), stat.deletedSize);
+      } else {
+        printCountSizeLine(out, stat.deletedCount, stat.deletedSize);
+      }
+      return;
+    case StatSource::archives:
+      if (json) {
+        // Built completely before anything is written, so a failure prints nothing.
+        objstream::object totals;
+        totals["files"] = makeCountSizeObject(static_cast<long long>(stat.filesCount),
+                                              stat.filesSize);
+        totals["afu"] = makeCountSizeObject(static_cast<long long>(stat.afuCount),
+                                            stat.afuSize);
+        out << totals << std::endl;
+      } else {
+        printCountSizeLine(out, stat.filesCount, stat.filesSize);
+        printCountSizeLine(out, stat.afuCount, stat.afuSize);
+      }
+      return;
+  }
+}
