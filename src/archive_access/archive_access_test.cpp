@@ -81,13 +81,6 @@ TEST_F(RecorderArchivesTest, SelectionFollowsTheIdentifiers) {
   }
 }
 
-TEST_F(RecorderArchivesTest, EveryRecorderSkipsThoseWithoutArchive) {
-  for (const char* every : {"*", "all"}) {
-    const ArchiveSet set = makeRecorderArchives({every}, recorders_);
-    EXPECT_EQ(set.size(), 2u) << every;
-  }
-}
-
 TEST_F(RecorderArchivesTest, UnknownIdentifiersThrowRecorderNotFound) {
   struct Case {
     std::vector<std::string> identifiers;
