@@ -34,7 +34,7 @@ const Sample kSamples[] = {
     {"fragmented_mehd_v0_4s.mp4", "mp4", 4},
     {"fragmented_mehd_v1_4s.mp4", "mp4", 4},
     {"fragmented_3s.mp4", "mp4", std::nullopt},
-    {"fragmented_moov_part_6s.mp4", "mp4", std::nullopt},
+    {"fragmented_first_second_in_moov_6s.mp4", "mp4", std::nullopt},
 };
 
 std::optional<std::int64_t> durationOf(const std::string& bytes, const char* extension) {
