@@ -90,7 +90,8 @@ echo "== warming the cache"
 find "$dir" >/dev/null
 
 echo "== checking that the tool and find select the same files"
-names() { grep -o 'cam[0-9]*_[0-9]\{8\}T[0-9]\{6\}Z[^ ",/]*' | sort -u; }
+# The file names (with extension) in the tool's output, text or JSON.
+names() { grep -o 'cam[0-9]*_[0-9]\{8\}T[0-9]\{6\}Z[^[:space:]",/.]*\.[[:alnum:]]\+' | sort -u; }
 check() {
   if [ "$2" = "$3" ]; then echo "ok    $1: $2"; else echo "DIFF  $1: tool $2, find $3"; fi
 }
