@@ -65,7 +65,7 @@ hi_date=$(date -u -d "@$((DAY_HI + 1))" '+%Y-%m-%d %H:%M:%S')
 
 # Each benchmark: key, label, command line (run by bash, stdout to /dev/null).
 keys=()
-declare -A label cmd med rss failed
+declare -A label cmd med cpu rss failed
 add() { keys+=("$1"); label[$1]=$2; cmd[$1]=$3; }
 add ls20    "archive ls --limit 20 all"      "$bin ls --limit 20 all"
 add find20  "find -printf | sort -rn | head -20" \
@@ -107,6 +107,7 @@ check "full listing, lines" "$("$bin" ls all 2>/dev/null | wc -l)" "$LISTED"
 echo "      stat all:  $("$bin" stat all 2>&1 | tr '\n\t' '  ')"
 echo "      find/awk:  $(bash -c "${cmd[findsum]}")  (archive folders only; stat also counts the queue)"
 
+load=$(cut -d' ' -f1-3 /proc/loadavg)
 echo "== timing: $runs runs each, after one warm-up run"
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
@@ -115,15 +116,17 @@ for k in "${keys[@]}"; do
   failed[$k]=
   bash -c "${cmd[$k]}" >/dev/null 2>&1 || failed[$k]=1
   : > "$tmp/times"
+  : > "$tmp/cpu"
   : > "$tmp/rss"
   for ((i = 0; i < runs; i++)); do
     t0=$(date +%s%N)
-    /usr/bin/time -f %M -o "$tmp/one" bash -c "${cmd[$k]}" >/dev/null 2>"$tmp/err" || failed[$k]=1
+    /usr/bin/time -f '%M %U %S' -o "$tmp/one" bash -c "${cmd[$k]}" >/dev/null 2>"$tmp/err" || failed[$k]=1
     t1=$(date +%s%N)
     echo $(((t1 - t0) / 1000)) >> "$tmp/times"
-    tail -n 1 "$tmp/one" >> "$tmp/rss"
+    tail -n 1 "$tmp/one" | awk '{print $1 >> "'"$tmp/rss"'"; print ($2 + $3) * 1e6 >> "'"$tmp/cpu"'"}'
   done
   med[$k]=$(median < "$tmp/times")   # microseconds
+  cpu[$k]=$(median < "$tmp/cpu")     # microseconds, user + system
   rss[$k]=$(sort -n "$tmp/rss" | tail -n 1)  # KiB, the largest of the runs
   printf '  %-40s %9.3f s%s\n' "${label[$k]}" "$(awk -v u="${med[$k]}" 'BEGIN {print u / 1e6}')" \
     "${failed[$k]:+  (FAILED: $(head -c 200 "$tmp/err" | tr '\n' ' '))}"
@@ -131,6 +134,7 @@ done
 
 # ratio A B: median of A over median of B.
 ratio() { awk -v a="${med[$1]}" -v b="${med[$2]}" 'BEGIN {printf "%.2f", (b > 0) ? a / b : 0}'; }
+cpu_ratio() { awk -v a="${cpu[$1]}" -v b="${cpu[$2]}" 'BEGIN {printf "%.2f", (b > 0) ? a / b : 0}'; }
 verdict() {  # value limit [failed-key]; a limit of "-" is shown for information
   if [ "$2" = - ]; then echo; return; fi
   if [ -n "${3:+${failed[$3]}}" ]; then echo "FAIL (command failed)"; return; fi
@@ -142,22 +146,24 @@ verdict() {  # value limit [failed-key]; a limit of "-" is shown for information
   echo "archive benchmark, $(date -u '+%Y-%m-%d'), $(nproc) cores, $(free -g | awk '/^Mem:/ {print $2}') GiB"
   echo "$FILES recordings in $RECORDERS recorders: $LISTED listed, $TRASHED in trash, $QUEUED queued," \
        "$LOCKED locked, $DOWNLOADED downloaded, $RECORDING recording; day $DAY_NAME (UTC)"
-  echo "median of $runs runs; peak RSS is the largest of the runs"
+  echo "median of $runs runs (wall time, and user + system CPU time); peak RSS is the largest of"
+  echo "the runs; load average at the start: $load"
   echo
-  printf '%-42s %10s %10s %12s\n' "command" "median s" "peak MiB" "bytes/file"
+  printf '%-42s %8s %8s %9s %11s\n' "command" "wall s" "CPU s" "peak MiB" "bytes/file"
   for k in "${keys[@]}"; do
-    printf '%-42s %10.3f %10.1f %12s\n' "${label[$k]}${failed[$k]:+ (failed)}" \
+    printf '%-42s %8.3f %8.3f %9.1f %11s\n' "${label[$k]}${failed[$k]:+ (failed)}" \
       "$(awk -v u="${med[$k]}" 'BEGIN {print u / 1e6}')" \
+      "$(awk -v u="${cpu[$k]}" 'BEGIN {print u / 1e6}')" \
       "$(awk -v r="${rss[$k]}" 'BEGIN {print r / 1024}')" \
       "$(case " $tool_keys " in *" $k "*) awk -v r="${rss[$k]}" -v n="$LISTED" \
            'BEGIN {printf "%.1f", r * 1024 / n}';; *) echo "";; esac)"
   done
   echo
-  printf '%-52s %8s %8s  %s\n' "target" "ratio" "limit" "verdict"
+  printf '%-46s %6s %6s %6s  %s\n' "target (ratios of wall times)" "ratio" "limit" "CPU" "verdict"
   target() {  # text tool-key anchor-key limit
     local r
     r=$(ratio "$2" "$3")
-    printf '%-52s %8s %8s  %s\n' "$1" "$r" "$4" "$(verdict "$r" "$4" "$2")"
+    printf '%-46s %6s %6s %6s  %s\n' "$1" "$r" "$4" "$(cpu_ratio "$2" "$3")" "$(verdict "$r" "$4" "$2")"
   }
   target "newest 20 / find pipeline"            ls20  find20   0.30
   target "newest 20 / getdents floor"           ls20  getdents 2.00
@@ -170,9 +176,9 @@ verdict() {  # value limit [failed-key]; a limit of "-" is shown for information
   target "full listing / find+sort (info)"      lsall findall  -
   limit_kib=$(awk -v n="$LISTED" 'BEGIN {printf "%d", (64 * n + 16 * 1048576) / 1024}')
   for k in $tool_keys; do
-    printf '%-52s %8s %8s  %s\n' "peak memory of ${label[$k]#archive } (MiB)" \
+    printf '%-46s %6s %6s %6s  %s\n' "peak MiB of ${label[$k]#archive }" \
       "$(awk -v r="${rss[$k]}" 'BEGIN {printf "%.1f", r / 1024}')" \
-      "$(awk -v l="$limit_kib" 'BEGIN {printf "%.1f", l / 1024}')" \
+      "$(awk -v l="$limit_kib" 'BEGIN {printf "%.1f", l / 1024}')" "" \
       "$(verdict "${rss[$k]}" "$limit_kib" "$k")"
   done
 } | tee "$out/results.txt"
