@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <utility>
 #include <vector>
@@ -64,5 +65,16 @@ RunResult runArchive(const std::vector<std::string>& args, const Env& env = {},
 // Runs any program (looked up in PATH) the same way, with `input` on its standard input.
 RunResult runProgram(const std::vector<std::string>& argv, const std::string& input = "",
                      const Env& env = {}, int timeoutSeconds = 20);
+
+// The what() of the std::exception that `action` throws, or "no error".
+template <typename Action>
+std::string whatOf(Action&& action) {
+  try {
+    action();
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+  return "no error";
+}
 
 }  // namespace testing_support
