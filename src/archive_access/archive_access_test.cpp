@@ -3,8 +3,10 @@
 #include "archive_access/archive_access.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <deque>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -15,16 +17,15 @@ namespace {
 
 using testing_support::addRecording;
 using testing_support::TempDir;
-using testing_support::writeDeviceConfig;
-using testing_support::writeFile;
+using Files = std::vector<std::string>;
 
-// Describes each file a source holds, in gathering order, as
-// "<recorderName>|<recorderLabel>|<fileName>".
+// "<recorderName>|<recorderLabel>|<fileName>" of each file of the sources, in gathering
+// order (which within one folder is the folder's, hence `sorted` for several files).
 template <typename Source>
-std::vector<std::string> describe(const std::vector<Source>& sources) {
+Files describe(const std::vector<Source>& sources) {
   std::deque<archive::detail::FileEntry> entries;
   for (const auto& source : sources) source->appendEntries(entries);
-  std::vector<std::string> files;
+  Files files;
   archive::detail::browseFileEntries(entries, archive::BrowseSortOrder::none, 0, 0, {},
                                      [&](archive::FileInfo& file) {
                                        files.push_back(file.owner->recorderName + "|" +
@@ -35,15 +36,20 @@ std::vector<std::string> describe(const std::vector<Source>& sources) {
   return files;
 }
 
-// Three configured recorders, each folder holding one recording named after it; r3
-// keeps no archive.
+Files sorted(Files files) {
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+// Configured recorders, each folder holding one recording named after it: r3 keeps no
+// archive, and a second "r1" comes last.
 class RecorderArchivesTest : public ::testing::Test {
  protected:
   RecorderArchivesTest() {
     addRecording(dir_ / "a1", "r1_20240301T140509Z.mp4", 10);
     addRecording(dir_ / "a2", "r2_20240301T140509Z.avi", 20);
     recorders_ = {record("r1", "Front", dir_ / "a1"), record("r2", "Cabin", dir_ / "a2"),
-                  record("r3", "Spare", "")};
+                  record("r3", "Spare", ""), record("r1", "Second", dir_ / "a2")};
   }
 
   static std::shared_ptr<sysinfo::RecorderInfo> record(std::string id, std::string label,
@@ -58,45 +64,36 @@ class RecorderArchivesTest : public ::testing::Test {
 
 const std::string kR1 = "r1|Front|r1_20240301T140509Z.mp4";
 const std::string kR2 = "r2|Cabin|r2_20240301T140509Z.avi";
+const std::string kSecondR1 = "r1|Second|r2_20240301T140509Z.avi";
 
 TEST_F(RecorderArchivesTest, SelectionFollowsTheIdentifiers) {
   struct Case {
     std::vector<std::string> identifiers;
-    std::vector<std::string> files;
+    Files files;
+    std::string missing = "";  // the identifier RecorderNotFound carries; "" for none
   };
   const std::vector<Case> cases = {
       {{"r2", "r1"}, {kR2, kR1}},
       {{"r1", "r1"}, {kR1, kR1}},
-      {{"*"}, {kR1, kR2}},
-      {{"all"}, {kR1, kR2}},
-      {{"r3"}, {}},
+      {{"*"}, {kR1, kR2, kSecondR1}},
+      {{"all"}, {kR1, kR2, kSecondR1}},
       {{"r3", "r2"}, {kR2}},
       {{}, {}},
-  };
-  for (const Case& c : cases) {
-    const std::string name = ::testing::PrintToString(c.identifiers);
-    ArchiveSet set;
-    ASSERT_NO_THROW(set = makeRecorderArchives(c.identifiers, recorders_)) << name;
-    EXPECT_EQ(describe(set), c.files) << name;
-  }
-}
-
-TEST_F(RecorderArchivesTest, UnknownIdentifiersThrowRecorderNotFound) {
-  struct Case {
-    std::vector<std::string> identifiers;
-    std::string missing;
-  };
-  const std::vector<Case> cases = {
-      {{"R1"}, "R1"},           {{"r1", "x"}, "x"},    {{"x", "r1"}, "x"},
-      {{"ALL"}, "ALL"},         {{"All"}, "All"},      {{"all", "r1"}, "all"},
-      {{"r1", "*"}, "*"},       {{" r1"}, " r1"},      {{"r"}, "r"},
-      {{"r10"}, "r10"},         {{""}, ""},            {{"r1", "r2", "r4"}, "r4"},
+      {{"R1"}, {}, "R1"},
+      {{"r1", "x"}, {}, "x"},
+      {{"ALL"}, {}, "ALL"},
+      {{"all", "r1"}, {}, "all"},
+      {{"r1", "*"}, {}, "*"},
+      {{"r"}, {}, "r"},
+      {{"r10"}, {}, "r10"},
   };
   for (const Case& c : cases) {
     const std::string name = ::testing::PrintToString(c.identifiers);
     try {
-      makeRecorderArchives(c.identifiers, recorders_);
-      ADD_FAILURE() << name << ": no exception";
+      const ArchiveSet set = makeRecorderArchives(c.identifiers, recorders_);
+      EXPECT_EQ(describe(set), c.files) << name;
+      EXPECT_EQ(set.size(), c.files.size()) << name << ": one archive per file";
+      EXPECT_EQ(c.missing, "") << name << ": no exception";
     } catch (const RecorderNotFound& e) {
       EXPECT_STREQ(e.what(), "Recorder not found") << name;
       EXPECT_EQ(e.recorder, c.missing) << name;
@@ -104,27 +101,13 @@ TEST_F(RecorderArchivesTest, UnknownIdentifiersThrowRecorderNotFound) {
   }
 }
 
-TEST_F(RecorderArchivesTest, FindRecorderTakesTheFirstExactMatch) {
-  recorders_.push_back(record("r1", "Second", dir_ / "other"));
-  EXPECT_EQ(findRecorder(recorders_, "r1"), recorders_[0]);
-  EXPECT_EQ(findRecorder(recorders_, "r3"), recorders_[2]);
-  for (const char* id : {"R1", "r", "r1 ", " r1", ""}) {
-    EXPECT_EQ(findRecorder(recorders_, id), nullptr) << id;
-  }
-  EXPECT_EQ(findRecorder({}, "r1"), nullptr);
-  EXPECT_EQ(findRecorder(recorders_, std::string("r1\0", 3)), nullptr);
-}
-
 TEST_F(RecorderArchivesTest, RecorderArchiveKeepsOnlyItsMediaExtensions) {
   for (const char* name : {"r1_20240302T000000Z.MOV", "r1_20240303T000000Z.ts",
                            "r1_20240304T000000Z.txt", "r1_20240305T000000Z.mkv", "notes"}) {
     addRecording(dir_ / "a1", name, 1);
   }
-  const ArchiveSet set = makeRecorderArchives({"r1"}, recorders_);
-  std::vector<std::string> files = describe(set);
-  std::sort(files.begin(), files.end());
-  EXPECT_EQ(files, (std::vector<std::string>{kR1, "r1|Front|r1_20240302T000000Z.MOV",
-                                             "r1|Front|r1_20240303T000000Z.ts"}));
+  EXPECT_EQ(sorted(describe(makeRecorderArchives({"r1"}, recorders_))),
+            (Files{kR1, "r1|Front|r1_20240302T000000Z.MOV", "r1|Front|r1_20240303T000000Z.ts"}));
 }
 
 TEST_F(RecorderArchivesTest, AfuQueuesAndTrashesFollowTheSet) {
@@ -132,44 +115,58 @@ TEST_F(RecorderArchivesTest, AfuQueuesAndTrashesFollowTheSet) {
   addRecording(dir_ / "a1", "r1_20240303T000000Z.mp4", 1, {}, true);
   addRecording(dir_ / "a2", "r2_20240302T000000Z.mp4", 1, {"afu"}, true);
   const ArchiveSet set = makeRecorderArchives({"r2", "r1"}, recorders_);
-  const auto queues = afuQueues(set);
-  const auto bins = trashes(set);
-  ASSERT_EQ(queues.size(), 2u);
-  ASSERT_EQ(bins.size(), 2u);
-  for (std::size_t i = 0; i < set.size(); ++i) {
-    EXPECT_EQ(queues[i], &set[i]->afuQueue) << i;
-    EXPECT_EQ(bins[i], &set[i]->trash) << i;
-  }
-  EXPECT_EQ(describe(queues), (std::vector<std::string>{"r2|Cabin|r2_20240302T000000Z.mp4",
-                                                         "r1|Front|r1_20240302T000000Z.mp4"}));
-  EXPECT_EQ(describe(bins), (std::vector<std::string>{"r2|Cabin|r2_20240302T000000Z.mp4",
-                                                       "r1|Front|r1_20240303T000000Z.mp4"}));
-  EXPECT_TRUE(afuQueues({}).empty());
-  EXPECT_TRUE(trashes({}).empty());
+  EXPECT_EQ(describe(afuQueues(set)),
+            (Files{"r2|Cabin|r2_20240302T000000Z.mp4", "r1|Front|r1_20240302T000000Z.mp4"}));
+  EXPECT_EQ(describe(trashes(set)),
+            (Files{"r2|Cabin|r2_20240302T000000Z.mp4", "r1|Front|r1_20240303T000000Z.mp4"}));
 }
 
-TEST(ChannelArchivesTest, NamePrefixSelectsFilesOfEveryExtension) {
+// makeArchives over the options the parser reads from `words`.
+ArchiveSet makeFrom(const Files& words) {
+  popts::OptParser parser;
+  popts::OptionValue<std::string> path(parser, 'p', "path", "Channel folder", 1, false);
+  popts::OptionValue<std::string> name(parser, 'n', "name", "Channel name prefix", 1, false);
+  popts::MultiOptionValue<std::string> ids(parser, 0, "", "Recorders identifiers", 128, false);
+  std::vector<const char*> argv{"ls"};
+  for (const std::string& word : words) argv.push_back(word.c_str());
+  parser.parse(static_cast<int>(argv.size()), argv.data(), false);
+  return makeArchives(path, name, ids);
+}
+
+// With --path the configuration is never read: it is broken here, and the identifiers
+// would not be found in any configuration. A channel takes every extension.
+TEST(MakeArchivesTest, PathSelectsOneChannelWithoutConfiguration) {
   TempDir dir;
-  for (const char* name : {"cam_1.mp4", "cam_2.txt", "cam", "other_1.mp4"}) {
-    addRecording(dir / "ch", name, 1);
-  }
-  struct Case {
-    std::string name;
-    std::vector<std::string> files;
+  testing_support::writeFile(dir / "broken.json", "{ not json");
+  ASSERT_EQ(setenv("DEVICE_CONFIG", (dir / "broken.json").c_str(), 1), 0);
+  for (const char* name : {"cam_1.mp4", "cam_2.txt", "x_1.mp4"}) addRecording(dir / "ch", name, 1);
+  const std::string ch = dir / "ch";
+  const std::vector<std::pair<Files, Files>> cases = {
+      {{"-p", ch, "-n", "cam"}, {"cam|cam|cam_1.mp4", "cam|cam|cam_2.txt"}},
+      {{"-p", ch, "-n", "cam", "no-such-recorder"}, {"cam|cam|cam_1.mp4", "cam|cam|cam_2.txt"}},
+      {{"-p", ch, "*"}, {"||cam_1.mp4", "||cam_2.txt", "||x_1.mp4"}},
+      {{"-p", dir / "absent", "-n", "cam"}, {}},
   };
-  const std::vector<Case> cases = {
-      {"cam", {"cam|cam|cam", "cam|cam|cam_1.mp4", "cam|cam|cam_2.txt"}},
-      {"other", {"other|other|other_1.mp4"}},
-      {"", {"||cam", "||cam_1.mp4", "||cam_2.txt", "||other_1.mp4"}},
-      {"Cam", {}},
-  };
-  for (const Case& c : cases) {
-    const ArchiveSet set = makeChannelArchives(dir / "ch", c.name);
-    ASSERT_EQ(set.size(), 1u) << c.name;
-    std::vector<std::string> files = describe(set);
-    std::sort(files.begin(), files.end());
-    EXPECT_EQ(files, c.files) << c.name;
+  for (const auto& c : cases) {
+    const std::string name = ::testing::PrintToString(c.first);
+    ArchiveSet set;
+    ASSERT_NO_THROW(set = makeFrom(c.first)) << name;
+    ASSERT_EQ(set.size(), 1u) << name;
+    EXPECT_EQ(sorted(describe(set)), c.second) << name;
   }
+}
+
+// The only test here that loads the process-wide configuration; DEVICE_CONFIG is set
+// once, before the first load. A relative folder is taken from the configuration's folder.
+TEST(MakeArchivesTest, IdentifiersAreLookedUpInTheConfiguration) {
+  TempDir dir;
+  addRecording(dir / "archive/1", "front_20240301T140509Z.mp4", 1);
+  addRecording(dir / "archive/2", "cabin_20240301T140509Z.mp4", 1);
+  testing_support::writeDeviceConfig(
+      dir / "etc/config.json", {{"1", "Front", "../archive/1"}, {"2", "Cabin", dir / "archive/2"}});
+  ASSERT_EQ(setenv("DEVICE_CONFIG", (dir / "etc/config.json").c_str(), 1), 0);
+  EXPECT_EQ(describe(makeFrom({"2", "1"})),
+            (Files{"2|Cabin|cabin_20240301T140509Z.mp4", "1|Front|front_20240301T140509Z.mp4"}));
 }
 
 }  // namespace
