@@ -3,6 +3,9 @@ BUILD ?= build
 CMAKE_FLAGS ?=
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
+# The build prints its own progress; the folder changes of make under cmake are noise.
+MAKEFLAGS += --no-print-directory
+
 .PHONY: all deps build test demo clean
 
 all: build
