@@ -65,6 +65,10 @@ struct FileEntry {
 class FileInfo {
  public:
   FileInfo(const detail::FileEntry& entry);
+  // A copy does not share the original's open file (it opens its own when asked).
+  FileInfo(const FileInfo& other);
+  FileInfo& operator=(const FileInfo& other);
+  ~FileInfo();
 
   std::string getName();     // the file name without its extension
   std::string getEventId();  // the event id of the name, or empty
@@ -85,11 +89,15 @@ class FileInfo {
 
  private:
   friend struct detail::FileInfoAccess;
-  // Reads size and modification time; false when the file is gone or no longer a
-  // regular file.
+  // Read size and modification time; false when the file is gone or no longer a
+  // regular file. refresh() stats by name; openAndRefresh() opens the file and keeps it
+  // open for getDuration(), which then needs no second lookup.
   bool refresh();
+  bool openAndRefresh();
+  void closeFile();
 
   const detail::FileEntry* entry_;
+  int fd_ = -1;                 // the open file, or -1
   bool read_ = false;           // size_ and mtime_ were read (or found missing)
   std::int64_t size_ = -1;      // -1: the file was missing
   std::int64_t mtime_ = 0;      // valid when size_ >= 0

@@ -11,6 +11,8 @@ namespace detail {
 
 struct FileInfoAccess {
   static bool refresh(FileInfo& info) { return info.refresh(); }
+  static bool openAndRefresh(FileInfo& info) { return info.openAndRefresh(); }
+  static bool durationRead(const FileInfo& info) { return info.duration_ >= 0; }
 };
 
 namespace {
@@ -30,13 +32,27 @@ bool timeLess(const Ref& a, const Ref& b) {
 
 bool rtimeLess(const Ref& a, const Ref& b) { return timeLess(b, a); }
 
-// Hands `entry` on unless it vanished; false when the callback asks to stop.
-bool handOn(const FileEntry& entry, const std::function<bool(FileInfo&)>& callback,
-            bool* handed) {
-  FileInfo info(entry);
-  *handed = FileInfoAccess::refresh(info);  // false: vanished since it was gathered
-  return !*handed || callback(info);
-}
+// Hands entries on unless they vanished. A listing that shows durations opens every
+// file anyway: once the callback has asked for one, later files are opened and fstat'ed
+// in place of a stat by name and a second lookup to open them. Counting only stats.
+class HandOn {
+ public:
+  explicit HandOn(const std::function<bool(FileInfo&)>& callback) : callback_(callback) {}
+  // False when the callback asks to stop; *handed: the file was there.
+  bool operator()(const FileEntry& entry, bool* handed) {
+    FileInfo info(entry);
+    // false: vanished since it was gathered
+    *handed = openFirst_ ? FileInfoAccess::openAndRefresh(info) : FileInfoAccess::refresh(info);
+    if (!*handed) return true;
+    const bool more = callback_(info);
+    if (FileInfoAccess::durationRead(info)) openFirst_ = true;
+    return more;
+  }
+
+ private:
+  const std::function<bool(FileInfo&)>& callback_;
+  bool openFirst_ = false;
+};
 
 }  // namespace
 
@@ -52,13 +68,14 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
   };
   // Files skipped by `start` are not checked on disk: only files handed on cost a stat.
   unsigned long skipped = 0, handed = 0;
+  HandOn handOn(callback);
   auto visit = [&](const FileEntry& entry) {
     if (skipped < start) {
       ++skipped;
       return true;
     }
     bool present = false;
-    if (!handOn(entry, callback, &present)) return false;
+    if (!handOn(entry, &present)) return false;
     return !(present && limit != 0 && ++handed == limit);
   };
 

@@ -42,17 +42,78 @@ FileInfo::FileInfo(const detail::FileEntry& entry) : entry_(&entry) {
   deleted = (entry.flags & detail::kDeleted) != 0;
 }
 
+FileInfo::FileInfo(const FileInfo& other)
+    : fileName(other.fileName),
+      deleted(other.deleted),
+      owner(other.owner),
+      entry_(other.entry_),
+      read_(other.read_),
+      size_(other.size_),
+      mtime_(other.mtime_),
+      duration_(other.duration_) {}
+
+FileInfo& FileInfo::operator=(const FileInfo& other) {
+  if (this == &other) return *this;
+  closeFile();
+  fileName = other.fileName;
+  deleted = other.deleted;
+  owner = other.owner;
+  entry_ = other.entry_;
+  read_ = other.read_;
+  size_ = other.size_;
+  mtime_ = other.mtime_;
+  duration_ = other.duration_;
+  return *this;
+}
+
+FileInfo::~FileInfo() { closeFile(); }
+
+void FileInfo::closeFile() {
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = -1;
+}
+
 std::string FileInfo::getName() { return std::string(detail::fileStem(fileName)); }
 
 std::string FileInfo::getEventId() {
   return std::string(detail::parseFileName(fileName).eventId);
 }
 
+namespace {
+
+// The folder's descriptor, or AT_FDCWD for an entry without a folder (its name is then
+// the whole path).
+int dirFdOf(const detail::FileEntry& entry) {
+  return entry.folder && entry.folder->dir ? entry.folder->dir->get() : AT_FDCWD;
+}
+
+// Non-blocking: a FIFO put where a recording was must not hang the listing.
+constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+}  // namespace
+
 bool FileInfo::refresh() {
   read_ = true;
   size_ = -1;
   struct stat st;
-  if (::stat(path().c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
+  if (fstatat(dirFdOf(*entry_), fileName.c_str(), &st, 0) != 0 || !S_ISREG(st.st_mode))
+    return false;
+  size_ = st.st_size;
+  mtime_ = st.st_mtime;
+  return true;
+}
+
+bool FileInfo::openAndRefresh() {
+  closeFile();
+  read_ = true;
+  size_ = -1;
+  fd_ = openat(dirFdOf(*entry_), fileName.c_str(), kOpenFlags);
+  if (fd_ < 0) return refresh();  // unreadable, yet it may still be listed
+  struct stat st;
+  if (fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) {
+    closeFile();
+    return false;
+  }
   size_ = st.st_size;
   mtime_ = st.st_mtime;
   return true;
@@ -68,17 +129,23 @@ std::int64_t FileInfo::getStartTime() { return entry_->startTime; }
 std::int64_t FileInfo::getDuration() {
   if (duration_ >= 0) return duration_;
   std::optional<std::int64_t> seconds;
-  const int fd = ::open(path().c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd >= 0) {
+  if (fd_ < 0) {
+    // Not opened when handed on: open now, keeping what was read if that fails.
+    const int fd = openat(dirFdOf(*entry_), fileName.c_str(), kOpenFlags);
     struct stat st;
-    if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) {
+    if (fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) {
+      fd_ = fd;
       read_ = true;
       size_ = st.st_size;
       mtime_ = st.st_mtime;
-      FdReader reader(fd, std::uint64_t(st.st_size));
-      seconds = media::mediaDuration(reader, detail::fileExtension(fileName));
+    } else if (fd >= 0) {
+      ::close(fd);
     }
-    ::close(fd);
+  }
+  if (fd_ >= 0) {
+    FdReader reader(fd_, std::uint64_t(size_));
+    seconds = media::mediaDuration(reader, detail::fileExtension(fileName));
+    closeFile();
   }
   if (seconds) {
     duration_ = *seconds;

@@ -3,7 +3,9 @@
 #include "archive/folder_scan.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -20,12 +22,29 @@ namespace {
   throw std::runtime_error("cannot read archive folder " + path + ": " + std::strerror(error));
 }
 
-// An open folder; `open()` is false when it does not exist.
+// An open folder; `open()` is false when it does not exist. The descriptor it reads
+// through is a duplicate of `kept` when one is given, so that `kept` outlives it.
 class DirReader {
  public:
-  explicit DirReader(const std::string& path) : path_(path) {
-    dir_ = opendir(path.c_str());
-    if (!dir_ && errno != ENOENT) throwFolderError(path, errno);
+  explicit DirReader(const std::string& path, std::shared_ptr<const DirFd>* kept = nullptr)
+      : path_(path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) {
+      if (errno != ENOENT) throwFolderError(path, errno);
+      return;
+    }
+    int readFd = fd;
+    if (kept) {
+      *kept = std::make_shared<const DirFd>(fd);
+      readFd = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+      if (readFd < 0) throwFolderError(path, errno);
+    }
+    dir_ = fdopendir(readFd);
+    if (!dir_) {
+      const int error = errno;
+      ::close(readFd);
+      throwFolderError(path, error);
+    }
   }
   ~DirReader() {
     if (dir_) closedir(dir_);
@@ -34,7 +53,6 @@ class DirReader {
   DirReader& operator=(const DirReader&) = delete;
 
   bool open() const { return dir_ != nullptr; }
-  int fd() const { return dirfd(dir_); }
   // The next entry other than "." and "..", or null at the end.
   const dirent* next() {
     for (;;) {
@@ -63,6 +81,10 @@ void readNames(const std::string& path, NameSet& set) {
 constexpr std::size_t kMaxStore = std::numeric_limits<std::uint32_t>::max();
 
 }  // namespace
+
+DirFd::~DirFd() {
+  if (fd_ >= 0) ::close(fd_);
+}
 
 std::uint8_t Markers::flagsOf(std::string_view name) const {
   std::uint8_t flags = 0;
@@ -110,7 +132,8 @@ bool Selection::passes(std::string_view name) const {
 
 void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileEntry>& out) {
   const std::string pathText = request.path.string();
-  DirReader reader(pathText);
+  std::shared_ptr<const DirFd> dir;
+  DirReader reader(pathText, &dir);
   if (!reader.open()) return;
 
   Folder* folder = nullptr;
@@ -129,7 +152,7 @@ void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileE
       // A link or an unknown type must be a regular file; a name without a token
       // takes its start from the modification time. A file gone by now is skipped.
       struct stat st;
-      if (fstatat(reader.fd(), d->d_name, &st, 0) != 0 || !S_ISREG(st.st_mode)) continue;
+      if (fstatat(dir->get(), d->d_name, &st, 0) != 0 || !S_ISREG(st.st_mode)) continue;
       if (!parts.hasToken) startTime = st.st_mtime;
     }
 
@@ -140,6 +163,7 @@ void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileE
       folder->owner = request.owner;
       folder->path = request.path;
       folder->pathText = pathText;
+      folder->dir = dir;
     }
     FileEntry entry;
     entry.folder = folder;

@@ -25,13 +25,30 @@ enum EntryFlag : std::uint8_t {
   kDeleted = 16,
 };
 
-// One scanned folder, or a part of one when its names outgrow 32-bit offsets. Owned by
-// its archive, so entries stay valid while the archive lives.
+// An open directory descriptor (O_RDONLY | O_DIRECTORY | O_CLOEXEC), closed with its
+// last owner. Files are stat'ed and opened relative to it: no walk of the whole path
+// per file.
+class DirFd {
+ public:
+  explicit DirFd(int fd) : fd_(fd) {}
+  ~DirFd();
+  DirFd(const DirFd&) = delete;
+  DirFd& operator=(const DirFd&) = delete;
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+// One scanned folder, or a part of one when its names outgrow 32-bit offsets (the parts
+// share one descriptor). Owned by its archive, so entries stay valid while the archive
+// lives.
 struct Folder {
   const Owner* owner = nullptr;
   boost::filesystem::path path;  // <dir> or <dir>/.trash
   std::string pathText;          // path.string(), kept for building file paths fast
   std::string names;             // the entries' names back to back, no separators
+  std::shared_ptr<const DirFd> dir;  // the folder, open while the folder lives
 
   std::string_view nameOf(const FileEntry& entry) const {
     return std::string_view(names.data() + entry.nameOffset, entry.nameLength);
