@@ -18,6 +18,9 @@ class FdReader : public media::Reader {
   FdReader(int fd, std::uint64_t size) : fd_(fd), size_(size) {}
   std::uint64_t size() const override { return size_; }
   std::size_t read(std::uint64_t offset, std::uint8_t* buffer, std::size_t length) override {
+    // Not past the size the file had when opened: a read at the end costs a system call.
+    if (offset >= size_) return 0;
+    if (length > size_ - offset) length = std::size_t(size_ - offset);
     std::size_t done = 0;
     while (done < length) {
       const ssize_t n = pread(fd_, buffer + done, length - done, off_t(offset + done));

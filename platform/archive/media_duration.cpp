@@ -37,6 +37,41 @@ class BudgetReader : public Reader {
   std::uint64_t bytes_ = 0;
 };
 
+// Serves the parsers' many small reads (box and chunk headers, a few to a few hundred
+// bytes each, mostly close together) from one window of the file: a miss reads
+// kWindow bytes from the asked offset, so a header at the start of the file costs one
+// read and `moov` after `mdat` one more. Reads of a window or more go straight through.
+class WindowReader : public Reader {
+ public:
+  static constexpr std::size_t kWindow = 4096;
+  explicit WindowReader(Reader& inner) : inner_(inner) {}
+  std::uint64_t size() const override { return inner_.size(); }
+  std::size_t read(std::uint64_t offset, std::uint8_t* buffer, std::size_t length) override {
+    if (length >= kWindow) return inner_.read(offset, buffer, length);
+    if (!covers(offset, length)) {
+      start_ = offset;
+      have_ = inner_.read(offset, window_, kWindow);
+      toEnd_ = have_ < kWindow;  // a short read: nothing more to get past it
+    }
+    if (offset - start_ >= have_) return 0;
+    const std::size_t n = std::min<std::uint64_t>(length, have_ - (offset - start_));
+    std::memcpy(buffer, window_ + (offset - start_), n);
+    return n;
+  }
+
+ private:
+  bool covers(std::uint64_t offset, std::size_t length) const {
+    if (offset < start_ || offset - start_ > have_) return false;
+    return toEnd_ || length <= have_ - (offset - start_);
+  }
+
+  Reader& inner_;
+  std::uint8_t window_[kWindow];
+  std::uint64_t start_ = 0;
+  std::size_t have_ = 0;  // valid bytes in window_; 0 before the first read
+  bool toEnd_ = false;    // the window reaches the end of what can be read
+};
+
 bool isMp4BoxType(const std::uint8_t* t) {
   static const char* const kTypes[] = {"ftyp", "moov", "mdat", "free", "skip",
                                        "wide", "pnot", "styp", "uuid", "sidx"};
@@ -71,12 +106,14 @@ Container detectContainer(Reader& reader, std::string_view extension) {
 }
 
 std::optional<std::int64_t> mediaDuration(Reader& reader, std::string_view extension) {
+  // The budget counts the reads that reach the file.
   BudgetReader budget(reader);
+  WindowReader window(budget);
   std::optional<std::int64_t> seconds;
-  switch (detectContainer(budget, extension)) {
-    case Container::mp4: seconds = mp4Duration(budget); break;
-    case Container::avi: seconds = aviDuration(budget); break;
-    case Container::ts: seconds = tsDuration(budget); break;
+  switch (detectContainer(window, extension)) {
+    case Container::mp4: seconds = mp4Duration(window); break;
+    case Container::avi: seconds = aviDuration(window); break;
+    case Container::ts: seconds = tsDuration(window); break;
     case Container::unknown: break;
   }
   if (seconds && (*seconds < 0 || *seconds > kMaxSeconds)) return std::nullopt;
