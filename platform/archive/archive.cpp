@@ -11,31 +11,34 @@ struct Archive::State {
   std::string kind;  // kept for the device's own use; selects nothing here
   boost::filesystem::path directory;
   detail::Selection selection;
-  // Read on the first gathering and kept: one read of each marker folder per archive.
+  // Made on the first gathering and kept: each marker folder is read at most once per
+  // archive, and only when a flag it holds is asked for.
   std::unique_ptr<detail::Markers> markers;
   bool missing = false;  // <dir> did not exist at the first gathering
   detail::FolderStore folders;
 
   // Opens <dir> first, so that a <dir> that cannot be read is reported by its own name
-  // rather than by the name of the first folder inside it.
-  const detail::Markers& readMarkersOnce() {
+  // rather than by the name of the first folder inside it; then checks that the marker
+  // folders can be read, so that one that cannot is reported before any output.
+  detail::Markers& prepare() {
     if (!markers) {
-      missing = !detail::openFolder(directory.string());
-      markers = std::make_unique<detail::Markers>(
-          missing ? detail::Markers() : detail::readMarkers(directory.string()));
+      const std::string dir = directory.string();
+      missing = !detail::openFolder(dir);
+      markers = std::make_unique<detail::Markers>(dir);
+      if (!missing) markers->check();
     }
     return *markers;
   }
 
   void scan(bool inTrash, std::uint8_t addFlags, std::uint8_t requireFlags,
             std::deque<detail::FileEntry>& out) {
-    readMarkersOnce();
+    prepare();
     if (missing) return;
     detail::ScanRequest request;
     request.owner = &owner;
     request.path = inTrash ? directory / ".trash" : directory;
     request.selection = &selection;
-    request.markers = &readMarkersOnce();
+    request.markers = markers.get();
     request.addFlags = addFlags;
     request.requireFlags = requireFlags;
     detail::scanFolder(request, folders, out);
@@ -76,7 +79,8 @@ void Archive::setExtensions(std::string const& extensions) {
 void AFUQueue::appendEntries(std::deque<detail::FileEntry>& entries) const {
   // No marker, no queue: spares two scans of possibly large folders. Reading the
   // markers already reports a <dir> that cannot be read.
-  if (archive_.state_->readMarkersOnce().afu.empty()) return;
+  detail::Markers& markers = archive_.state_->prepare();
+  if (archive_.state_->missing || !markers.anyCarries(detail::kInAFUQueue)) return;
   archive_.state_->scan(false, 0, detail::kInAFUQueue, entries);
   archive_.state_->scan(true, detail::kDeleted, detail::kInAFUQueue, entries);
 }

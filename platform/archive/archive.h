@@ -56,7 +56,7 @@ struct FileEntry {
   std::int64_t startTime = 0;    // seconds since the epoch, UTC
   std::uint32_t nameOffset = 0;  // into folder->names
   std::uint16_t nameLength = 0;
-  std::uint8_t flags = 0;        // EntryFlag bits (archive_internal.h)
+  std::uint8_t flags = 0;        // EntryFlag bits known when gathered (folder_scan.h)
 };
 }  // namespace detail
 
@@ -95,6 +95,8 @@ class FileInfo {
   bool refresh();
   bool openAndRefresh();
   void closeFile();
+  // Whether the file carries marker `flag`; one lookup gives every flag read so far.
+  bool hasFlag(std::uint8_t flag);
 
   const detail::FileEntry* entry_;
   int fd_ = -1;                 // the open file, or -1
@@ -102,6 +104,8 @@ class FileInfo {
   std::int64_t size_ = -1;      // -1: the file was missing
   std::int64_t mtime_ = 0;      // valid when size_ >= 0
   std::int64_t duration_ = -1;  // -1: not read yet
+  std::uint8_t flags_ = 0;      // marker flags looked up so far
+  std::uint8_t flagsKnown_ = 0; // which flags flags_ answers for
 };
 
 // The AFU queue of an archive: its recordings, in the archive folder or in its trash,

@@ -53,7 +53,9 @@ FileInfo::FileInfo(const FileInfo& other)
       read_(other.read_),
       size_(other.size_),
       mtime_(other.mtime_),
-      duration_(other.duration_) {}
+      duration_(other.duration_),
+      flags_(other.flags_),
+      flagsKnown_(other.flagsKnown_) {}
 
 FileInfo& FileInfo::operator=(const FileInfo& other) {
   if (this == &other) return *this;
@@ -66,6 +68,8 @@ FileInfo& FileInfo::operator=(const FileInfo& other) {
   size_ = other.size_;
   mtime_ = other.mtime_;
   duration_ = other.duration_;
+  flags_ = other.flags_;
+  flagsKnown_ = other.flagsKnown_;
   return *this;
 }
 
@@ -160,10 +164,24 @@ std::int64_t FileInfo::getDuration() {
   return duration_;
 }
 
-bool FileInfo::isRecording() { return (entry_->flags & detail::kRecording) != 0; }
-bool FileInfo::isLocked() { return (entry_->flags & detail::kLocked) != 0; }
-bool FileInfo::isDownloaded() { return (entry_->flags & detail::kDownloaded) != 0; }
-bool FileInfo::isInAFUQueue() { return (entry_->flags & detail::kInAFUQueue) != 0; }
+bool FileInfo::hasFlag(std::uint8_t flag) {
+  if (entry_->flags & flag) return true;  // the queue's own entries: known when gathered
+  if (!(flagsKnown_ & flag)) {
+    detail::Markers* markers = entry_->folder ? entry_->folder->markers : nullptr;
+    if (!markers) return false;
+    // Every flag read so far comes with the one asked, so a listing that shows them all
+    // hashes each name once.
+    const std::uint8_t wanted = std::uint8_t(markers->loaded() | flag);
+    flags_ = markers->flagsOf(fileName, wanted);
+    flagsKnown_ = wanted;
+  }
+  return (flags_ & flag) != 0;
+}
+
+bool FileInfo::isRecording() { return hasFlag(detail::kRecording); }
+bool FileInfo::isLocked() { return hasFlag(detail::kLocked); }
+bool FileInfo::isDownloaded() { return hasFlag(detail::kDownloaded); }
+bool FileInfo::isInAFUQueue() { return hasFlag(detail::kInAFUQueue); }
 
 boost::filesystem::path FileInfo::path() const {
   if (!entry_->folder) return boost::filesystem::path(fileName);

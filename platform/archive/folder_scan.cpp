@@ -72,11 +72,14 @@ class DirReader {
   DIR* dir_ = nullptr;
 };
 
-void readNames(const std::string& path, NameSet& set) {
-  DirReader reader(path);
-  if (!reader.open()) return;
-  while (const dirent* entry = reader.next()) set.insert(entry->d_name);
-}
+// The marker folders, by flag.
+struct MarkerFolder {
+  std::uint8_t flag;
+  const char* name;
+};
+constexpr MarkerFolder kMarkerFolders[] = {
+    {kInAFUQueue, "/.afu"}, {kLocked, "/.locked"},
+    {kDownloaded, "/.downloaded"}, {kRecording, "/.recording"}};
 
 constexpr std::size_t kMaxStore = std::numeric_limits<std::uint32_t>::max();
 
@@ -86,24 +89,36 @@ DirFd::~DirFd() {
   if (fd_ >= 0) ::close(fd_);
 }
 
-std::uint8_t Markers::flagsOf(std::string_view name) const {
-  std::uint8_t flags = 0;
-  if (recording.contains(name)) flags |= kRecording;
-  if (locked.contains(name)) flags |= kLocked;
-  if (downloaded.contains(name)) flags |= kDownloaded;
-  if (afu.contains(name)) flags |= kInAFUQueue;
-  return flags;
-}
-
 bool openFolder(const std::string& path) { return DirReader(path).open(); }
 
-Markers readMarkers(const std::string& dir) {
-  Markers markers;
-  readNames(dir + "/.afu", markers.afu);
-  readNames(dir + "/.locked", markers.locked);
-  readNames(dir + "/.downloaded", markers.downloaded);
-  readNames(dir + "/.recording", markers.recording);
-  return markers;
+void Markers::check() const {
+  for (const MarkerFolder& folder : kMarkerFolders) openFolder(dir_ + folder.name);
+}
+
+void Markers::load(std::uint8_t flags) {
+  for (const MarkerFolder& folder : kMarkerFolders) {
+    if (!(flags & folder.flag) || (loaded_ & folder.flag)) continue;
+    DirReader reader(dir_ + folder.name);
+    if (reader.open()) {
+      while (const dirent* entry = reader.next()) {
+        names_.insert(entry->d_name, folder.flag);
+        carried_ |= folder.flag;
+      }
+    }
+    loaded_ |= folder.flag;
+  }
+}
+
+std::uint8_t Markers::flagsOf(std::string_view name, std::uint8_t wanted) {
+  if ((wanted & loaded_) != wanted) load(wanted);
+  // Asking only when some name carries a wanted flag spares the hash for most files.
+  if (!(wanted & carried_)) return 0;
+  return names_.bitsOf(name) & wanted;
+}
+
+bool Markers::anyCarries(std::uint8_t flag) {
+  load(flag);
+  return (carried_ & flag) != 0;
 }
 
 void Selection::setExtensions(const std::string& list) {
@@ -140,8 +155,11 @@ void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileE
   while (const dirent* d = reader.next()) {
     const std::string_view name(d->d_name);
     if (!request.selection->passes(name)) continue;
-    const std::uint8_t flags = request.markers->flagsOf(name) | request.addFlags;
-    if ((flags & request.requireFlags) != request.requireFlags) continue;
+    std::uint8_t flags = request.addFlags;
+    if (request.requireFlags) {
+      flags |= request.markers->flagsOf(name, request.requireFlags);
+      if ((flags & request.requireFlags) != request.requireFlags) continue;
+    }
     if (name.size() > 0xffff) continue;
 
     const NameParts parts = parseFileName(name);
@@ -164,6 +182,7 @@ void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileE
       folder->path = request.path;
       folder->pathText = pathText;
       folder->dir = dir;
+      folder->markers = request.markers;
     }
     FileEntry entry;
     entry.folder = folder;

@@ -17,6 +17,8 @@
 
 namespace archive::detail {
 
+// FileEntry::flags holds kDeleted, and kInAFUQueue for the entries of the queue (known
+// when gathered); the other flags are looked up when asked.
 enum EntryFlag : std::uint8_t {
   kRecording = 1,
   kLocked = 2,
@@ -24,6 +26,8 @@ enum EntryFlag : std::uint8_t {
   kInAFUQueue = 8,
   kDeleted = 16,
 };
+
+class Markers;
 
 // An open directory descriptor (O_RDONLY | O_DIRECTORY | O_CLOEXEC), closed with its
 // last owner. Files are stat'ed and opened relative to it: no walk of the whole path
@@ -49,6 +53,7 @@ struct Folder {
   std::string pathText;          // path.string(), kept for building file paths fast
   std::string names;             // the entries' names back to back, no separators
   std::shared_ptr<const DirFd> dir;  // the folder, open while the folder lives
+  Markers* markers = nullptr;        // the flags of the archive's files
 
   std::string_view nameOf(const FileEntry& entry) const {
     return std::string_view(names.data() + entry.nameOffset, entry.nameLength);
@@ -57,19 +62,35 @@ struct Folder {
 
 using FolderStore = std::deque<std::unique_ptr<Folder>>;
 
-// The flags of an archive: one name set per marker folder (missing folder = empty set).
-struct Markers {
-  NameSet afu, locked, downloaded, recording;
-  std::uint8_t flagsOf(std::string_view name) const;
+// The flags of an archive: the names of its marker folders, each folder read on the
+// first question about its flag (a missing folder = nobody carries the flag). Most
+// questions come from the few files handed on; counting asks only for the queue.
+class Markers {
+ public:
+  explicit Markers(std::string dir) : dir_(std::move(dir)) {}
+  // Opens and closes each marker folder, so that one that exists but cannot be read is
+  // reported when the archive is first gathered; throws std::runtime_error naming it.
+  void check() const;
+  // Those of the EntryFlag bits `wanted` (kRecording, kLocked, kDownloaded, kInAFUQueue)
+  // that `name` carries. Reads the folders of `wanted` not read yet; may throw as check().
+  std::uint8_t flagsOf(std::string_view name, std::uint8_t wanted);
+  // Whether anybody carries `flag` (reading its folder if need be).
+  bool anyCarries(std::uint8_t flag);
+  // The flags whose folders have been read.
+  std::uint8_t loaded() const { return loaded_; }
+
+ private:
+  void load(std::uint8_t flags);
+
+  std::string dir_;
+  NameSet names_;             // every marker name, its bits = the flags it carries
+  std::uint8_t loaded_ = 0;   // flags whose folder has been read
+  std::uint8_t carried_ = 0;  // flags that at least one name carries
 };
 
 // Whether folder `path` exists and can be read (opened and closed again). False when it
 // does not exist; throws std::runtime_error naming it for any other failure.
 bool openFolder(const std::string& path);
-
-// Reads the marker folders <dir>/.afu, .locked, .downloaded and .recording.
-// Throws std::runtime_error for a folder that exists but cannot be read.
-Markers readMarkers(const std::string& dir);
 
 // Which names of a folder are recordings of the archive.
 struct Selection {
@@ -86,9 +107,9 @@ struct ScanRequest {
   const Owner* owner = nullptr;
   boost::filesystem::path path;
   const Selection* selection = nullptr;
-  const Markers* markers = nullptr;
+  Markers* markers = nullptr;      // the archive's, asked later for the entries' flags
   std::uint8_t addFlags = 0;       // set on every entry (kDeleted for the trash)
-  std::uint8_t requireFlags = 0;   // only entries carrying these (kInAFUQueue)
+  std::uint8_t requireFlags = 0;   // only entries carrying these (kInAFUQueue), looked up now
 };
 
 // Reads folder `request.path` once and appends an entry per selected recording. The

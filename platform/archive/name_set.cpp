@@ -23,7 +23,7 @@ std::string_view NameSet::nameAt(std::uint32_t slot) const {
   const std::size_t offset = slot - 1;
   const std::size_t length = (std::size_t(std::uint8_t(store_[offset])) << 8) |
                              std::uint8_t(store_[offset + 1]);
-  return std::string_view(store_.data() + offset + 2, length);
+  return std::string_view(store_.data() + offset + 3, length);
 }
 
 std::size_t NameSet::findSlot(std::string_view name, std::uint64_t hash) const {
@@ -41,17 +41,21 @@ void NameSet::rehash(std::size_t capacity) {
     if (slot != 0) slots_[findSlot(nameAt(slot), hashName(nameAt(slot)))] = slot;
 }
 
-void NameSet::insert(std::string_view name) {
+void NameSet::insert(std::string_view name, std::uint8_t bits) {
   if (name.size() > 0xffff) return;
   if ((count_ + 1) * 2 > slots_.size()) rehash(slots_.empty() ? 64 : slots_.size() * 2);
   const std::uint64_t hash = hashName(name);
   const std::size_t i = findSlot(name, hash);
-  if (slots_[i] != 0) return;  // already there
-  if (store_.size() + name.size() + 2 >= std::numeric_limits<std::uint32_t>::max())
+  if (slots_[i] != 0) {  // already there
+    store_[slots_[i] - 1 + 2] = char(std::uint8_t(store_[slots_[i] - 1 + 2]) | bits);
+    return;
+  }
+  if (store_.size() + name.size() + 3 >= std::numeric_limits<std::uint32_t>::max())
     throw std::length_error("too many marker names");
   slots_[i] = std::uint32_t(store_.size() + 1);
   store_.push_back(char(name.size() >> 8));
   store_.push_back(char(name.size() & 0xff));
+  store_.push_back(char(bits));
   store_.append(name);
   ++count_;
 }
@@ -59,6 +63,12 @@ void NameSet::insert(std::string_view name) {
 bool NameSet::contains(std::string_view name) const {
   if (count_ == 0) return false;
   return slots_[findSlot(name, hashName(name))] != 0;
+}
+
+std::uint8_t NameSet::bitsOf(std::string_view name) const {
+  if (count_ == 0) return 0;
+  const std::uint32_t slot = slots_[findSlot(name, hashName(name))];
+  return slot == 0 ? 0 : std::uint8_t(store_[slot - 1 + 2]);
 }
 
 }  // namespace archive::detail

@@ -34,5 +34,19 @@ TEST(NameSetTest, KeepsEmbeddedAndHighBytesAndLongNames) {
   EXPECT_FALSE(set.contains(std::string(299, 'x')));
 }
 
+TEST(NameSetTest, BitsOfANameAreTheUnionOfItsInsertsAndZeroWhenAbsent) {
+  NameSet set;
+  EXPECT_EQ(set.bitsOf("x.mp4"), 0);
+  set.insert("x.mp4", 4);
+  set.insert("y.mp4", 1);
+  set.insert("x.mp4", 8);
+  for (int i = 0; i < 1000; ++i) set.insert("z" + std::to_string(i), 2);  // rehashes
+  EXPECT_EQ(set.bitsOf("x.mp4"), 12);
+  EXPECT_EQ(set.bitsOf("y.mp4"), 1);
+  EXPECT_EQ(set.bitsOf("z999"), 2);
+  EXPECT_EQ(set.bitsOf("x.mp"), 0);
+  EXPECT_EQ(set.size(), 1002u);
+}
+
 }  // namespace
 }  // namespace archive::detail
