@@ -94,6 +94,8 @@ class FileInfo {
   // open for getDuration(), which then needs no second lookup.
   bool refresh();
   bool openAndRefresh();
+  // Makes this the FileInfo of `entry`, as if newly made (reusing the name's buffer).
+  void reset(const detail::FileEntry& entry);
   void closeFile();
   // Whether the file carries marker `flag`; one lookup gives every flag read so far.
   bool hasFlag(std::uint8_t flag);

@@ -10,6 +10,7 @@ namespace archive {
 namespace detail {
 
 struct FileInfoAccess {
+  static void reset(FileInfo& info, const FileEntry& entry) { info.reset(entry); }
   static bool refresh(FileInfo& info) { return info.refresh(); }
   static bool openAndRefresh(FileInfo& info) { return info.openAndRefresh(); }
   static bool durationRead(const FileInfo& info) { return info.duration_ >= 0; }
@@ -17,20 +18,21 @@ struct FileInfoAccess {
 
 namespace {
 
-struct Ref {
-  const FileEntry* entry;
-  std::size_t index;  // gathering position: the last tie-break, so that the order is total
-};
-
-// Start time, then file name (bytes), then gathering order.
-bool timeLess(const Ref& a, const Ref& b) {
-  if (a.entry->startTime != b.entry->startTime) return a.entry->startTime < b.entry->startTime;
-  const int c = a.entry->folder->nameOf(*a.entry).compare(b.entry->folder->nameOf(*b.entry));
+// Start time, then file name (bytes), then gathering order (folders are numbered as
+// they are made, and a folder's names are stored in the order they were gathered), so
+// that the order is total and no index needs to be kept beside the entries.
+bool timeLess(const FileEntry* a, const FileEntry* b) {
+  if (a->startTime != b->startTime) return a->startTime < b->startTime;
+  const int c = a->folder->nameOf(*a).compare(b->folder->nameOf(*b));
   if (c != 0) return c < 0;
-  return a.index < b.index;
+  if (a->folder->sequence != b->folder->sequence)
+    return a->folder->sequence < b->folder->sequence;
+  return a->nameOffset < b->nameOffset;
 }
 
-bool rtimeLess(const Ref& a, const Ref& b) { return timeLess(b, a); }
+bool rtimeLess(const FileEntry* a, const FileEntry* b) { return timeLess(b, a); }
+
+const FileEntry kNoEntry;  // what the reused FileInfos stand for before their first file
 
 // Hands entries on unless they vanished. A listing that shows durations opens every
 // file anyway: once the callback has asked for one, later files are opened and fstat'ed
@@ -40,17 +42,19 @@ class HandOn {
   explicit HandOn(const std::function<bool(FileInfo&)>& callback) : callback_(callback) {}
   // False when the callback asks to stop; *handed: the file was there.
   bool operator()(const FileEntry& entry, bool* handed) {
-    FileInfo info(entry);
+    // One FileInfo for all: its name keeps its buffer from file to file.
+    FileInfoAccess::reset(info_, entry);
     // false: vanished since it was gathered
-    *handed = openFirst_ ? FileInfoAccess::openAndRefresh(info) : FileInfoAccess::refresh(info);
+    *handed = openFirst_ ? FileInfoAccess::openAndRefresh(info_) : FileInfoAccess::refresh(info_);
     if (!*handed) return true;
-    const bool more = callback_(info);
-    if (FileInfoAccess::durationRead(info)) openFirst_ = true;
+    const bool more = callback_(info_);
+    if (FileInfoAccess::durationRead(info_)) openFirst_ = true;
     return more;
   }
 
  private:
   const std::function<bool(FileInfo&)>& callback_;
+  FileInfo info_{kNoEntry};
   bool openFirst_ = false;
 };
 
@@ -60,11 +64,14 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
                        unsigned long start, unsigned long limit, BrowseFilter const& filter,
                        std::function<bool(FileInfo&)> callback) {
   const bool filtering = filter.kind == BrowseFilter::kPredicate && filter.predicate;
+  // The filter sees every entry: it gets one FileInfo, reset for each, whose name is
+  // copied into the same buffer, so asking it costs no allocation.
+  FileInfo probe(kNoEntry);
   auto passes = [&](const FileEntry& entry) {
     if (!entry.folder) return false;
     if (!filtering) return true;
-    FileInfo info(entry);
-    return filter.predicate(info);
+    FileInfoAccess::reset(probe, entry);
+    return filter.predicate(probe);
   };
   // Files skipped by `start` are not checked on disk: only files handed on cost a stat.
   unsigned long skipped = 0, handed = 0;
@@ -85,9 +92,11 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
     return;
   }
 
-  std::vector<Ref> refs;
-  for (std::size_t i = 0; i < entries.size(); ++i)
-    if (passes(entries[i])) refs.push_back({&entries[i], i});
+  // 8 bytes an entry; sized exactly when every entry passes, so no doubling.
+  std::vector<const FileEntry*> refs;
+  if (!filtering) refs.reserve(entries.size());
+  for (const FileEntry& entry : entries)
+    if (passes(entry)) refs.push_back(&entry);
   if (start >= refs.size()) return;
 
   // Sorted so far: [0, sorted). A partial sort leaves the rest no smaller than the
@@ -113,7 +122,7 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
   skipped = start;
   for (std::size_t i = start; i < refs.size(); ++i) {
     if (i >= sorted) sortUpTo(i + std::max<std::size_t>(limit - handed, 16));
-    if (!visit(*refs[i].entry)) return;
+    if (!visit(*refs[i])) return;
   }
 }
 

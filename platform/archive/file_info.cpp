@@ -37,12 +37,25 @@ class FdReader : public media::Reader {
 
 }  // namespace
 
-FileInfo::FileInfo(const detail::FileEntry& entry) : entry_(&entry) {
+FileInfo::FileInfo(const detail::FileEntry& entry) : entry_(&entry) { reset(entry); }
+
+void FileInfo::reset(const detail::FileEntry& entry) {
+  closeFile();
+  entry_ = &entry;
   if (entry.folder) {
-    fileName = std::string(entry.folder->nameOf(entry));
+    fileName.assign(entry.folder->nameOf(entry));
     owner = entry.folder->owner;
+  } else {
+    fileName.clear();
+    owner = nullptr;
   }
   deleted = (entry.flags & detail::kDeleted) != 0;
+  read_ = false;
+  size_ = -1;
+  mtime_ = 0;
+  duration_ = -1;
+  flags_ = 0;
+  flagsKnown_ = 0;
 }
 
 FileInfo::FileInfo(const FileInfo& other)

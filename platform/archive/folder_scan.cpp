@@ -81,6 +81,9 @@ constexpr MarkerFolder kMarkerFolders[] = {
     {kInAFUQueue, "/.afu"}, {kLocked, "/.locked"},
     {kDownloaded, "/.downloaded"}, {kRecording, "/.recording"}};
 
+// Numbers the folders in the order they are made: the gathering order across folders.
+std::uint64_t folderCount = 0;
+
 constexpr std::size_t kMaxStore = std::numeric_limits<std::uint32_t>::max();
 
 }  // namespace
@@ -183,6 +186,7 @@ void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileE
       folder->pathText = pathText;
       folder->dir = dir;
       folder->markers = request.markers;
+      folder->sequence = ++folderCount;
     }
     FileEntry entry;
     entry.folder = folder;

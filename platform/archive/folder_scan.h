@@ -54,6 +54,7 @@ struct Folder {
   std::string names;             // the entries' names back to back, no separators
   std::shared_ptr<const DirFd> dir;  // the folder, open while the folder lives
   Markers* markers = nullptr;        // the flags of the archive's files
+  std::uint64_t sequence = 0;        // folders are numbered as they are made, from 1
 
   std::string_view nameOf(const FileEntry& entry) const {
     return std::string_view(names.data() + entry.nameOffset, entry.nameLength);
