@@ -24,12 +24,17 @@ class object {
   friend std::ostream& operator<<(std::ostream& out, object const& value);
 
  private:
-  nlohmann::json toJson() const;
+  enum class Kind : unsigned char { empty, boolean, integer, string, members };
+  // Appends the compact text of this value to `out`.
+  void write(std::string& out) const;
 
-  // The scalar (boolean, integer or string); null while the value is empty or an
-  // object, whose members then live in members_. Members are kept apart from the
-  // scalar so that operator[] can hand out an `object&`.
-  nlohmann::json value_;
+  // One of the scalars, or the members (empty and object values alike are written as
+  // objects). Written directly, member by member, without building another value: a
+  // listing writes one of these per file.
+  Kind kind_ = Kind::empty;
+  bool boolean_ = false;
+  long long integer_ = 0;
+  std::string string_;
   std::map<std::string, object> members_;
 };
 

@@ -63,6 +63,13 @@ TEST(ObjstreamTest, MembersAreWrittenInKeyOrderAndCopiedByValue) {
                         R"("files":{"count":3,"size":10}})");
 }
 
+TEST(ObjstreamTest, KeysAreEscapedLikeValues) {
+  object o;
+  o["a\"b"] = object(1LL);
+  o["bad\xFF"] = object("\x7f");
+  EXPECT_EQ(write(o), "{\"a\\\"b\":1,\"bad\xEF\xBF\xBD\":\"\x7f\"}");
+}
+
 TEST(ObjstreamTest, IndexingAScalarThrows) {
   object number(5LL);
   try {
