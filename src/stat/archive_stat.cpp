@@ -74,20 +74,19 @@ void printCountSizeLine(std::ostream& out, std::uint64_t count, std::int64_t siz
 void printArchiveStat(std::ostream& out, const ArchiveStat& stat, StatSource source, bool json) {
   // Counts become long long for JSON as they are: the same bits, so a count above
   // 2^63 shows negative there while the text form shows it unsigned.
+  auto printPair = [&out, json](std::uint64_t count, std::int64_t size) {
+    if (json) {
+      printCountSizeJson(out, static_cast<long long>(count), size);
+    } else {
+      printCountSizeLine(out, count, size);
+    }
+  };
   switch (source) {
     case StatSource::afu:
-      if (json) {
-        printCountSizeJson(out, static_cast<long long>(stat.afuCount), stat.afuSize);
-      } else {
-        printCountSizeLine(out, stat.afuCount, stat.afuSize);
-      }
+      printPair(stat.afuCount, stat.afuSize);
       return;
     case StatSource::trash:
-      if (json) {
-        printCountSizeJson(out, static_cast<long long>(stat.deletedCount), stat.deletedSize);
-      } else {
-        printCountSizeLine(out, stat.deletedCount, stat.deletedSize);
-      }
+      printPair(stat.deletedCount, stat.deletedSize);
       return;
     case StatSource::archives:
       if (json) {
@@ -99,8 +98,8 @@ void printArchiveStat(std::ostream& out, const ArchiveStat& stat, StatSource sou
                                             stat.afuSize);
         out << totals << std::endl;
       } else {
-        printCountSizeLine(out, stat.filesCount, stat.filesSize);
-        printCountSizeLine(out, stat.afuCount, stat.afuSize);
+        printPair(stat.filesCount, stat.filesSize);
+        printPair(stat.afuCount, stat.afuSize);
       }
       return;
   }
