@@ -4,25 +4,61 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <random>
-#include <sstream>
 #include <string>
+#include <tuple>
 
-#include "archive/media_test_util.h"
+#include "test_support.h"
 
 namespace archive::media {
 namespace {
 
-using testutil::readSample;
+using Seconds = std::optional<std::int64_t>;
+
+std::string readSample(const std::string& name) {
+  return testing_support::readFile(std::string(ARCHIVE_TESTDATA) + "/" + name);
+}
+
+Seconds durationOf(const std::string& bytes, const char* extension) {
+  BufferReader reader(bytes);
+  return mediaDuration(reader, extension);
+}
+
+// A buffer reader that checks every request against the parsers' limits.
+class CountingReader : public BufferReader {
+ public:
+  explicit CountingReader(std::string_view bytes) : BufferReader(bytes) {}
+  std::size_t read(std::uint64_t offset, std::uint8_t* buffer, std::size_t length) override {
+    ++reads;
+    total += length;
+    EXPECT_LE(length, kMaxReadLength);
+    return BufferReader::read(offset, buffer, length);
+  }
+  int reads = 0;
+  std::uint64_t total = 0;
+};
+
+const std::uint8_t* at(const std::string& b, std::size_t offset) {
+  return reinterpret_cast<const std::uint8_t*>(b.data() + offset);
+}
+
+void putBe32(std::string& b, std::size_t offset, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) b[offset + i] = char(v >> (24 - 8 * i));
+}
+
+void putLe32(std::string& b, std::size_t offset, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) b[offset + i] = char(v >> (8 * i));
+}
 
 // ffprobe's format duration of each sample, rounded (see testdata/README.md); nothing
 // for fragmented files that carry no total in their headers.
 struct Sample {
   const char* file;
   const char* extension;
-  std::optional<std::int64_t> seconds;
+  Seconds seconds;
 };
 const Sample kSamples[] = {
     {"moov_first_3s.mp4", "mp4", 3},
@@ -37,79 +73,43 @@ const Sample kSamples[] = {
     {"fragmented_first_second_in_moov_6s.mp4", "mp4", std::nullopt},
 };
 
-std::optional<std::int64_t> durationOf(const std::string& bytes, const char* extension) {
-  BufferReader reader(bytes);
-  return mediaDuration(reader, extension);
-}
-
-TEST(MediaDurationTest, RealSamplesMatchFfprobe) {
-  for (const Sample& s : kSamples)
-    EXPECT_EQ(durationOf(readSample(s.file), s.extension), s.seconds) << s.file;
-}
-
-TEST(MediaDurationTest, ContentWinsOverAMisleadingExtension) {
-  EXPECT_EQ(durationOf(readSample("riff_5s.avi"), "mp4"), 5);
-  EXPECT_EQ(durationOf(readSample("moov_last_5s.mp4"), "ts"), 5);
-  EXPECT_EQ(durationOf(readSample("transport_7s.ts"), "MOV"), 7);
-}
-
-TEST(MediaDurationTest, UnknownContentHasNoDuration) {
-  EXPECT_EQ(durationOf("", "mp4"), std::nullopt);
-  EXPECT_EQ(durationOf(std::string(5000, '\0'), "mp4"), std::nullopt);
-  EXPECT_EQ(durationOf(std::string(5000, 'x'), "ts"), std::nullopt);
-  EXPECT_EQ(durationOf("plain text, not a video", "txt"), std::nullopt);
-}
-
-TEST(MediaDurationTest, RoundsToTheNearestSecondHalvesUp) {
-  EXPECT_EQ(roundedQuotient(2499, 1000), 2);
-  EXPECT_EQ(roundedQuotient(2500, 1000), 3);
-  EXPECT_EQ(roundedQuotient(0, 7), 0);
-  EXPECT_EQ(roundedQuotient(~std::uint64_t(0), 1), INT64_MAX);
-}
-
-// The end of the header region each parser needs: prefixes shorter than this must give
-// no duration, prefixes at least this long the full one.
-struct Truncation {
-  const char* file;
-  const char* extension;
-  std::size_t (*headerEnd)(const std::string&);
-  std::int64_t seconds;
-};
-
-std::size_t moovEnd(const std::string& b) { return testutil::boxEnd(b, "moov"); }
-std::size_t hdrlEnd(const std::string& b) { return testutil::riffListEnd(b, "hdrl"); }
-
-TEST(MediaTruncationTest, EveryPrefixOfTheHeaderGivesNoDuration) {
-  const Truncation cases[] = {
-      {"moov_first_3s.mp4", "mp4", moovEnd, 3},
-      {"moov_last_5s.mp4", "mp4", moovEnd, 5},
-      {"quicktime_7s.mov", "mov", moovEnd, 7},
-      {"riff_5s.avi", "avi", hdrlEnd, 5},
-      {"fragmented_mehd_v1_4s.mp4", "mp4", moovEnd, 4},
-  };
-  for (const Truncation& c : cases) {
-    const std::string bytes = readSample(c.file);
-    const std::size_t end = c.headerEnd(bytes);
-    ASSERT_GT(end, 0u) << c.file;
-    for (std::size_t length = 0; length < end; ++length)
-      ASSERT_EQ(durationOf(bytes.substr(0, length), c.extension), std::nullopt)
-          << c.file << " cut at " << length;
-    for (std::size_t length = end; length <= bytes.size(); length += 61)
-      ASSERT_EQ(durationOf(bytes.substr(0, length), c.extension), c.seconds)
-          << c.file << " cut at " << length;
+TEST(MediaDurationTest, RealSamplesMatchFfprobeWhateverTheExtension) {
+  for (const Sample& s : kSamples) {
+    const std::string bytes = readSample(s.file);
+    EXPECT_EQ(durationOf(bytes, s.extension), s.seconds) << s.file;
+    EXPECT_EQ(durationOf(bytes, "bin"), s.seconds) << s.file << " named .bin";
   }
 }
 
-TEST(MediaTruncationTest, ATruncatedStreamIsNeverLongerThanTheWhole) {
-  for (const char* file : {"transport_7s.ts", "bluray_4s.m2ts"}) {
+TEST(MediaDurationTest, RoundsToTheNearestSecondHalvesUpAndSaturates) {
+  EXPECT_EQ(roundedQuotient(2499, 1000), 2);
+  EXPECT_EQ(roundedQuotient(2500, 1000), 3);
+  EXPECT_EQ(roundedQuotient(~std::uint64_t(0), 1), INT64_MAX);
+}
+
+// One past the moov box or the AVI hdrl list, found by its type code; 0 without one.
+std::size_t headerEnd(const std::string& b, const char* type) {
+  const std::size_t t = b.find(type);
+  if (t == std::string::npos || t < 8) return 0;
+  return std::string(type) == "hdrl" ? t + le32(at(b, t - 4)) : t - 4 + be32(at(b, t - 4));
+}
+
+TEST(MediaTruncationTest, EveryPrefixOfTheHeaderGivesNoDuration) {
+  const std::tuple<const char*, const char*, const char*, std::int64_t> cases[] = {
+      {"moov_first_3s.mp4", "mp4", "moov", 3},         {"moov_last_5s.mp4", "mp4", "moov", 5},
+      {"quicktime_7s.mov", "mov", "moov", 7},          {"riff_5s.avi", "avi", "hdrl", 5},
+      {"fragmented_mehd_v1_4s.mp4", "mp4", "moov", 4},
+  };
+  for (const auto& [file, extension, header, seconds] : cases) {
     const std::string bytes = readSample(file);
-    for (std::size_t length = 0; length <= bytes.size(); length += 37) {
-      const auto seconds = durationOf(bytes.substr(0, length), "ts");
-      if (seconds) {
-        EXPECT_GE(*seconds, 0) << file << " cut at " << length;
-        EXPECT_LE(*seconds, 7) << file << " cut at " << length;
-      }
-    }
+    const std::size_t end = headerEnd(bytes, header);
+    ASSERT_GT(end, 0u) << file;
+    for (std::size_t length = 0; length < end; ++length)
+      ASSERT_EQ(durationOf(bytes.substr(0, length), extension), std::nullopt)
+          << file << " cut at " << length;
+    for (std::size_t length = end; length <= bytes.size(); length += 61)
+      ASSERT_EQ(durationOf(bytes.substr(0, length), extension), seconds)
+          << file << " cut at " << length;
   }
 }
 
@@ -121,14 +121,13 @@ TEST(MediaCorruptionTest, RandomDamageNeverCrashesOrOverreads) {
     const std::string original = readSample(s.file);
     for (int round = 0; round < 1500; ++round) {
       std::string bytes = original;
-      const int hits = 1 + int(random() % 8);
-      for (int h = 0; h < hits; ++h) {
-        // Most damage goes to the first KiB, where the headers are.
-        const std::size_t limit = round % 2 ? bytes.size() : std::min<std::size_t>(1024, bytes.size());
+      // Most damage goes to the first KiB, where the headers are.
+      const std::size_t limit =
+          round % 2 ? bytes.size() : std::min<std::size_t>(1024, bytes.size());
+      for (int hits = 1 + int(random() % 8); hits > 0; --hits)
         bytes[random() % limit] = char(random() % 4 == 0 ? 0xff : random() % 256);
-      }
-      testutil::CountingReader reader(bytes);
-      std::optional<std::int64_t> seconds;
+      CountingReader reader(bytes);
+      Seconds seconds;
       ASSERT_NO_THROW(seconds = mediaDuration(reader, s.extension)) << s.file;
       if (seconds) {
         EXPECT_GE(*seconds, 0) << s.file;
@@ -137,6 +136,164 @@ TEST(MediaCorruptionTest, RandomDamageNeverCrashesOrOverreads) {
       EXPECT_LE(reader.reads, kMaxReads) << s.file;
     }
   }
+}
+
+std::string box(const char* type, const std::string& payload) {
+  std::string b(8, '\0');
+  putBe32(b, 0, std::uint32_t(8 + payload.size()));
+  b.replace(4, 4, type);
+  return b + payload;
+}
+
+// A movie header (version 0 or 1) with the given time scale and duration.
+std::string mvhd(int version, std::uint32_t timescale, std::uint64_t duration) {
+  std::string p(version == 1 ? 32 : 20, '\0');
+  p[0] = char(version);
+  putBe32(p, version == 1 ? 20 : 12, timescale);
+  if (version == 1) putBe32(p, 24, std::uint32_t(duration >> 32));
+  putBe32(p, version == 1 ? 28 : 16, std::uint32_t(duration));
+  return box("mvhd", p + std::string(80, '\0'));
+}
+
+// A movie extends header (version 0 or 1) with the given duration.
+std::string mehd(int version, std::uint32_t duration) {
+  std::string p(version == 1 ? 12 : 8, '\0');
+  p[0] = char(version);
+  putBe32(p, p.size() - 4, duration);
+  return box("mehd", p);
+}
+
+const std::string kFtyp = box("ftyp", std::string("isom\0\0\0\0isom", 12));
+
+TEST(Mp4RewriteTest, SizeFormsVersionsAndHostileValues) {
+  const std::string moov = box("moov", mvhd(0, 600, 4500));  // 7.5 s
+  const std::string largeMdat("\0\0\0\1mdat\0\0\0\0\0\0\0\024data", 20);
+  const std::string hugeLarge("\0\0\0\1mdat\377\377\377\377\0\0\0\024data", 20);
+  const auto movie = [](const std::string& inside) { return kFtyp + box("moov", inside); };
+  const std::string toEnd = std::string(4, '\0') + moov.substr(4);
+  const std::string trex = box("trex", std::string(24, '\0'));
+  const std::tuple<const char*, std::string, Seconds> cases[] = {
+      {"moov after a 64-bit mdat", kFtyp + largeMdat + moov, 8},
+      {"moov with size 0 (to the end)", kFtyp + box("free", "") + toEnd, 8},
+      {"mvhd version 1", movie(mvhd(1, 90000, 90000ull * 3600 * 15)), 54000},
+      {"mvhd duration rounds down", movie(mvhd(0, 1000, 2499)), 2},
+      {"64-bit size past the end", kFtyp + hugeLarge + moov, std::nullopt},
+      {"box size 4", kFtyp + std::string("\0\0\0\4free", 8) + moov, std::nullopt},
+      {"time scale 0", movie(mvhd(0, 0, 4500)), std::nullopt},
+      {"duration 0", movie(mvhd(0, 1000, 0)), std::nullopt},
+      {"duration unknown", movie(mvhd(0, 1000, 0xffffffff)), std::nullopt},
+      {"mvhd cut short", movie(box("mvhd", std::string(12, '\0'))), std::nullopt},
+      {"mehd v0 in mvex", movie(mvhd(0, 1000, 0) + box("mvex", trex + mehd(0, 9000))), 9},
+      {"mehd v1 in mvex", movie(mvhd(0, 1000, 1000) + box("mvex", mehd(1, 12000))), 12},
+      {"mvex without mehd", movie(mvhd(0, 1000, 1000) + box("mvex", trex)), std::nullopt},
+      {"mehd of 0", movie(mvhd(0, 1000, 0) + box("mvex", mehd(0, 0))), std::nullopt},
+  };
+  for (const auto& [what, bytes, seconds] : cases)
+    EXPECT_EQ(durationOf(bytes, "mp4"), seconds) << what;
+}
+
+TEST(Mp4RewriteTest, ManyBoxesBeforeMoovStopTheSearchAfterFewReads) {
+  std::string bytes = kFtyp;
+  for (int i = 0; i < 100000; ++i) bytes += box("free", "");
+  bytes += box("moov", mvhd(0, 1000, 5000));
+  CountingReader reader(bytes);
+  EXPECT_EQ(mediaDuration(reader, "mp4"), std::nullopt);
+  EXPECT_LE(reader.reads, 20);
+}
+
+TEST(AviRewriteTest, OpenDmlFrameCountWinsWhenSet) {
+  // ffmpeg reserves the OpenDML list as JUNK and turns it into LIST odml once a file
+  // outgrows 1 GiB; do the same by hand.
+  std::string bytes = readSample("riff_5s.avi");
+  const std::size_t odml = bytes.find("odml");
+  ASSERT_EQ(bytes.compare(odml - 8, 4, "JUNK"), 0);
+  bytes.replace(odml - 8, 4, "LIST");      // holding a dmlh with count 0
+  EXPECT_EQ(durationOf(bytes, "avi"), 5);  // a zero count is no count
+  putLe32(bytes, odml + 12, 50);           // 50 frames of 200 ms
+  EXPECT_EQ(durationOf(bytes, "avi"), 10);
+}
+
+TEST(AviRewriteTest, DamagedHeadersGiveNoDuration) {
+  const std::string original = readSample("riff_5s.avi");
+  const std::size_t avih = original.find("avih"), hdrl = original.find("hdrl");
+  const std::tuple<const char*, std::size_t, std::uint32_t> cases[] = {
+      {"0 microseconds per frame", avih + 8, 0},
+      {"0 frames", avih + 24, 0},
+      {"hdrl size past the end", hdrl - 4, 0x7fffffff},
+      {"avih size past hdrl", avih + 4, 0x10000},
+  };
+  for (const auto& [what, offset, value] : cases) {
+    std::string bytes = original;
+    putLe32(bytes, offset, value);
+    EXPECT_EQ(durationOf(bytes, "avi"), std::nullopt) << what;
+  }
+}
+
+// Calls `edit(packet)` for each 188-byte packet (after the 4-byte lead in 192-byte
+// packets) of a stream that starts in sync.
+void forEachPacket(std::string& b, std::size_t packetSize,
+                   const std::function<void(std::uint8_t*)>& edit) {
+  for (std::size_t offset = packetSize - 188; offset + 188 <= b.size(); offset += packetSize)
+    edit(reinterpret_cast<std::uint8_t*>(&b[offset]));
+}
+
+bool hasPcr(const std::uint8_t* p) { return (p[3] & 0x20) && p[4] >= 7 && (p[5] & 0x10); }
+
+std::uint64_t pcrOf(const std::uint8_t* p) {
+  const std::uint64_t base = std::uint64_t(p[6]) << 25 | std::uint64_t(p[7]) << 17 |
+                             std::uint64_t(p[8]) << 9 | std::uint64_t(p[9]) << 1 | (p[10] >> 7);
+  return base * 300 + ((std::uint64_t(p[10] & 1) << 8) | p[11]);
+}
+
+void setPcr(std::uint8_t* p, std::uint64_t pcr) {
+  const std::uint64_t base = pcr / 300, ext = pcr % 300;
+  for (int i = 0; i < 4; ++i) p[6 + i] = std::uint8_t(base >> (25 - 8 * i));
+  p[10] = std::uint8_t(((base & 1) << 7) | 0x7e | (ext >> 8));
+  p[11] = std::uint8_t(ext);
+}
+
+TEST(TsRewriteTest, PresentationStampsStandInForMissingPcr) {
+  for (const auto& [file, packet, seconds] :
+       {std::tuple<const char*, std::size_t, std::int64_t>{"transport_7s.ts", 188, 7},
+        {"bluray_4s.m2ts", 192, 4}}) {
+    std::string bytes = readSample(file);
+    int cleared = 0;
+    forEachPacket(bytes, packet, [&](std::uint8_t* p) {
+      if (hasPcr(p)) p[5] &= ~0x10, ++cleared;
+    });
+    ASSERT_GT(cleared, 0) << file;
+    EXPECT_EQ(durationOf(bytes, "ts"), seconds) << file;
+  }
+}
+
+TEST(TsRewriteTest, ClockWrapInTheMiddleIsBridged) {
+  std::string bytes = readSample("transport_7s.ts");
+  std::optional<std::uint64_t> first;
+  forEachPacket(bytes, 188, [&](std::uint8_t* p) {
+    if (!hasPcr(p)) return;
+    if (!first) first = pcrOf(p);
+    // Move the clock so that it wraps 3 seconds after the first PCR.
+    const std::uint64_t wrap = (std::uint64_t(1) << 33) * 300;
+    setPcr(p, (pcrOf(p) - *first + wrap - 3 * 27000000ull) % wrap);
+  });
+  ASSERT_TRUE(first);
+  EXPECT_EQ(durationOf(bytes, "ts"), 7);
+}
+
+TEST(TsRewriteTest, LongStreamsAreReadOnlyAtBothEnds) {
+  // 40 MiB of null packets; the first and the last carry a PCR, ten minutes apart.
+  const std::string nullPacket = std::string("\x47\x1f\xff\x10", 4) + std::string(184, '\xff');
+  std::string bytes;
+  for (std::size_t i = 0; i < 40 * 1024 * 1024 / 188; ++i) bytes += nullPacket;
+  for (std::size_t offset : {std::size_t(0), bytes.size() - 188}) {
+    bytes.replace(offset + 1, 5, "\x01\x00\x20\x07\x10", 5);  // PID 256, PCR flag
+    setPcr(reinterpret_cast<std::uint8_t*>(&bytes[offset]),
+           1000 + (offset ? 27000000ull * 600 : 0));
+  }
+  CountingReader reader(bytes);
+  EXPECT_EQ(mediaDuration(reader, "ts"), 600);
+  EXPECT_LE(reader.reads, kMaxReads);
+  EXPECT_LE(reader.total, kMaxTotalBytes);
 }
 
 }  // namespace
