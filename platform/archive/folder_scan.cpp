@@ -183,7 +183,6 @@ void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileE
       folder = store.back().get();
       folder->owner = request.owner;
       folder->path = request.path;
-      folder->pathText = pathText;
       folder->dir = dir;
       folder->markers = request.markers;
       folder->sequence = ++folderCount;

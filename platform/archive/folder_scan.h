@@ -50,7 +50,6 @@ class DirFd {
 struct Folder {
   const Owner* owner = nullptr;
   boost::filesystem::path path;  // <dir> or <dir>/.trash
-  std::string pathText;          // path.string(), kept for building file paths fast
   std::string names;             // the entries' names back to back, no separators
   std::shared_ptr<const DirFd> dir;  // the folder, open while the folder lives
   Markers* markers = nullptr;        // the flags of the archive's files
