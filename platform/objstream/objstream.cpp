@@ -6,6 +6,8 @@
 #include <charconv>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 namespace objstream {
 
 namespace {

@@ -5,8 +5,6 @@
 #include <ostream>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 namespace objstream {
 
 class object {
