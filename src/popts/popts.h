@@ -160,6 +160,16 @@ class SwitchValue : public Switch {
   bool value_ = false;  // declared after the base, but only its address is taken there
 };
 
+namespace detail {
+// Reads the value of one occurrence of `option` from argv[0] into `out`. "empty" stands
+// for the value when the option is the last word.
+template <typename Parser, typename T>
+void parseValue(const Opt& option, int argc, const char* const argv[], T& out) {
+  if (argc < 1) throw OptValueException(option, "empty");
+  if (!Parser::parse(argv[0], out)) throw OptValueException(option, argv[0]);
+}
+}  // namespace detail
+
 // An option with one value, taken from the next word whatever it begins with. A later
 // occurrence overwrites the value of an earlier one.
 template <typename T, typename Parser = OptValueParser<T>>
@@ -173,10 +183,8 @@ class Option : public Opt {
          T& dest)
       : Opt(sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
 
-  // "empty" stands for the value when the option is the last word.
   int parse(int argc, const char* const argv[]) override {
-    if (argc < 1) throw OptValueException(*this, "empty");
-    if (!Parser::parse(argv[0], *target)) throw OptValueException(*this, argv[0]);
+    detail::parseValue<Parser>(*this, argc, argv, *target);
     ++count;
     return 1;
   }
@@ -217,9 +225,8 @@ class MultiOption : public Opt {
       : Opt(sname, std::move(lname), std::move(desc), limit, isRequired), target(out) {}
 
   int parse(int argc, const char* const argv[]) override {
-    if (argc < 1) throw OptValueException(*this, "empty");
     T value{};
-    if (!Parser::parse(argv[0], value)) throw OptValueException(*this, argv[0]);
+    detail::parseValue<Parser>(*this, argc, argv, value);
     *target = std::move(value);
     ++target;
     ++count;
