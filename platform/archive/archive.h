@@ -94,6 +94,9 @@ class FileInfo {
   // open for getDuration(), which then needs no second lookup.
   bool refresh();
   bool openAndRefresh();
+  // Opens a regular file into fd_ (closed before) and reads size and modification time
+  // from it; false, with nothing changed, when it cannot be opened or is not regular.
+  bool openRegular();
   // Makes this the FileInfo of `entry`, as if newly made (reusing the name's buffer).
   void reset(const detail::FileEntry& entry);
   void closeFile();

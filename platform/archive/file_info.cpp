@@ -123,20 +123,25 @@ bool FileInfo::refresh() {
   return true;
 }
 
-bool FileInfo::openAndRefresh() {
-  closeFile();
-  read_ = true;
-  size_ = -1;
-  fd_ = openat(dirFdOf(*entry_), fileName.c_str(), kOpenFlags);
-  if (fd_ < 0) return refresh();  // unreadable, yet it may still be listed
+bool FileInfo::openRegular() {
+  const int fd = openat(dirFdOf(*entry_), fileName.c_str(), kOpenFlags);
+  if (fd < 0) return false;
   struct stat st;
-  if (fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) {
-    closeFile();
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    ::close(fd);
     return false;
   }
+  fd_ = fd;
+  read_ = true;
   size_ = st.st_size;
   mtime_ = st.st_mtime;
   return true;
+}
+
+bool FileInfo::openAndRefresh() {
+  closeFile();
+  // A file that cannot be opened may still be listed: the stat by name decides.
+  return openRegular() || refresh();
 }
 
 std::int64_t FileInfo::getSize() {
@@ -149,19 +154,8 @@ std::int64_t FileInfo::getStartTime() { return entry_->startTime; }
 std::int64_t FileInfo::getDuration() {
   if (duration_ >= 0) return duration_;
   std::optional<std::int64_t> seconds;
-  if (fd_ < 0) {
-    // Not opened when handed on: open now, keeping what was read if that fails.
-    const int fd = openat(dirFdOf(*entry_), fileName.c_str(), kOpenFlags);
-    struct stat st;
-    if (fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) {
-      fd_ = fd;
-      read_ = true;
-      size_ = st.st_size;
-      mtime_ = st.st_mtime;
-    } else if (fd >= 0) {
-      ::close(fd);
-    }
-  }
+  // Not opened when handed on: open now, keeping what was read if that fails.
+  if (fd_ < 0) openRegular();
   if (fd_ >= 0) {
     FdReader reader(fd_, std::uint64_t(size_));
     seconds = media::mediaDuration(reader, detail::fileExtension(fileName));
