@@ -3,7 +3,11 @@
 
 #include <deque>
 #include <functional>
+#include <utility>
 
+namespace {
+
+// The filter of a start-time range: empty (every file passes) when both bounds are 0.
 archive::BrowseFilter makeStartTimeFilter(std::pair<long, long> range) {
   if (range.first == 0 && range.second == 0) return archive::BrowseFilter();
   const long lo = range.first;
@@ -16,6 +20,8 @@ archive::BrowseFilter makeStartTimeFilter(std::pair<long, long> range) {
   };
   return archive::BrowseFilter(archive::BrowseFilter::kPredicate, std::move(inRange));
 }
+
+}  // namespace
 
 template <typename Set>
 void browseFiles(const Set& set, const BrowseOptions& options, std::ostream& out,

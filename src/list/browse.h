@@ -33,9 +33,6 @@ class IBrowseFilesFormatter {
   virtual std::ostream& end(std::ostream& out) = 0;
 };
 
-// The filter of a start-time range: empty (every file passes) when both bounds are 0.
-archive::BrowseFilter makeStartTimeFilter(std::pair<long, long> range);
-
 // Lists the files of every member of `set`, merged into one sequence. The formatter is
 // not owned. Instantiated for the archives of a set (shared handles), their AFU queues
 // and their trashes.
