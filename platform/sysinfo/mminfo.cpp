@@ -50,34 +50,35 @@ std::string archiveFolder(const cfg::Node& root, const std::string& directory) {
   return folder.string();
 }
 
-}  // namespace
-
-void MMInfo::load(cfg::Node const& root) {
-  std::vector<std::shared_ptr<RecorderInfo>> loaded;
+// The recorder list of `root`, whole or not at all.
+std::vector<std::shared_ptr<RecorderInfo>> readRecorders(const cfg::Node& root) {
+  std::vector<std::shared_ptr<RecorderInfo>> recorders;
   const json& top = root.value();
   if (!top.is_object()) throw configError(root, "top level", "expected an object");
   const auto media = top.find("media");
-  if (media != top.end()) {
-    if (!media->is_object()) throw configError(root, "media", "expected an object");
-    const auto list = media->find("recorders");
-    if (list != media->end()) {
-      if (!list->is_array()) throw configError(root, "media.recorders", "expected an array");
-      const std::string empty;
-      for (std::size_t i = 0; i < list->size(); ++i) {
-        const json& entry = (*list)[i];
-        const std::string where = "media.recorders[" + std::to_string(i) + "]";
-        if (!entry.is_object()) throw configError(root, where, "expected an object");
-        auto recorder = std::make_shared<RecorderInfo>();
-        recorder->id = stringMember(root, entry, "id", where, nullptr);
-        recorder->label = stringMember(root, entry, "label", where, &empty);
-        recorder->archiveDirectory =
-            archiveFolder(root, stringMember(root, entry, "archiveDirectory", where, &empty));
-        loaded.push_back(std::move(recorder));
-      }
-    }
+  if (media == top.end()) return recorders;
+  if (!media->is_object()) throw configError(root, "media", "expected an object");
+  const auto list = media->find("recorders");
+  if (list == media->end()) return recorders;
+  if (!list->is_array()) throw configError(root, "media.recorders", "expected an array");
+  const std::string empty;
+  for (std::size_t i = 0; i < list->size(); ++i) {
+    const json& entry = (*list)[i];
+    const std::string where = "media.recorders[" + std::to_string(i) + "]";
+    if (!entry.is_object()) throw configError(root, where, "expected an object");
+    auto recorder = std::make_shared<RecorderInfo>();
+    recorder->id = stringMember(root, entry, "id", where, nullptr);
+    recorder->label = stringMember(root, entry, "label", where, &empty);
+    recorder->archiveDirectory =
+        archiveFolder(root, stringMember(root, entry, "archiveDirectory", where, &empty));
+    recorders.push_back(std::move(recorder));
   }
-  // Replaced only once the whole list was read: a broken file leaves no half list.
-  recorders = std::move(loaded);
+  return recorders;
 }
+
+}  // namespace
+
+// Replaced only once the whole list was read: a broken file leaves no half list.
+void MMInfo::load(cfg::Node const& root) { recorders = readRecorders(root); }
 
 }  // namespace sysinfo
