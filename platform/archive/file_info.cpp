@@ -101,8 +101,8 @@ std::string FileInfo::getEventId() {
 
 namespace {
 
-// The folder's descriptor, or AT_FDCWD for an entry without a folder (its name is then
-// the whole path).
+// The folder's descriptor, or AT_FDCWD for an entry without a folder (one standing for
+// no file yet: its name is empty, so nothing is found).
 int dirFdOf(const detail::FileEntry& entry) {
   return entry.folder && entry.folder->dir ? entry.folder->dir->get() : AT_FDCWD;
 }

@@ -51,7 +51,8 @@ std::optional<Box> findBox(Reader& reader, std::uint64_t begin, std::uint64_t en
   return std::nullopt;
 }
 
-// Reads the full box header fields of `box` into `out`; false when it is too short.
+// Reads the first `length` bytes of the payload of `box` into `out`; false when the box
+// or the read is shorter.
 bool readPayload(Reader& reader, const Box& box, std::uint8_t* out, std::size_t length) {
   return box.end - box.payload >= length && reader.read(box.payload, out, length) == length;
 }
