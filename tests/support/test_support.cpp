@@ -17,7 +17,6 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
 #include <boost/filesystem.hpp>
 #include <nlohmann/json.hpp>
