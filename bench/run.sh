@@ -23,7 +23,8 @@ mkdir -p "$out"
 # /usr/bin/time gives the peak memory (Debian package `time`).
 if [ ! -x /usr/bin/time ]; then
   if [ "$(id -u)" = 0 ] && command -v apt-get >/dev/null; then
-    apt-get install -y -q time >/dev/null
+    # A fresh container has no package lists yet.
+    apt-get update -qq && apt-get install -y -q time >/dev/null
   else
     echo "run.sh: needs /usr/bin/time (Debian package 'time')" >&2
     exit 1
