@@ -56,14 +56,13 @@ int statCommand(int argc, const char* const argv[]) {
   // Before anything is printed, so an unknown recorder leaves standard output empty.
   const ArchiveSet archives = makeArchives(path, name, recorders);
 
+  const bool asJson = json.count != 0;
   if (afu.count != 0) {
-    printArchiveStat(std::cout, statArchives(afuQueues(archives)), StatSource::afu,
-                     json.count != 0);
+    printArchiveStat(std::cout, statArchives(afuQueues(archives)), StatSource::afu, asJson);
   } else if (trash.count != 0) {
-    printArchiveStat(std::cout, statArchives(trashes(archives)), StatSource::trash,
-                     json.count != 0);
+    printArchiveStat(std::cout, statArchives(trashes(archives)), StatSource::trash, asJson);
   } else {
-    printArchiveStat(std::cout, statArchives(archives), StatSource::archives, json.count != 0);
+    printArchiveStat(std::cout, statArchives(archives), StatSource::archives, asJson);
   }
   return 0;
 }
