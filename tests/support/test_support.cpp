@@ -193,7 +193,7 @@ RunResult runProgram(const std::vector<std::string>& argv, const std::string& in
 }
 
 RunResult runArchive(const std::vector<std::string>& args, const Env& env, int timeoutSeconds) {
-  std::vector<std::string> argv{ARCHIVE_BINARY};
+  std::vector<std::string> argv{ARCHIVE_COMMAND};
   argv.insert(argv.end(), args.begin(), args.end());
   return runProgram(argv, "", env, timeoutSeconds);
 }
