@@ -6,11 +6,12 @@ set(CPACK_PACKAGE_NAME archive)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "Archive Tool Box developers <dev@archive.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "read-only inspector of a recording device's video archives")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION_SUMMARY}
-archive lists the recordings of the recorders of a body cam, vehicle or
-surveillance recorder, the files waiting in the automatic upload (AFU) queue and
-those in the trash, as text columns or JSON, and counts files and bytes. It reads
-the recorders from the device configuration and never changes an archive.")
+# CPack puts the summary in front of it.
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "archive lists the recordings of the recorders of a body cam, vehicle
+or surveillance recorder, the files waiting in the automatic upload (AFU)
+queue and those in the trash, as text columns or JSON, and counts files
+and bytes. It reads the recorders from the device configuration and never
+changes an archive.")
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
