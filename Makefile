@@ -1,12 +1,13 @@
 # The two commands of the README: `make demo` and `make test`.
 BUILD ?= build
 CMAKE_FLAGS ?=
+FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
 # The build prints its own progress; the folder changes of make under cmake are noise.
 MAKEFLAGS += --no-print-directory
 
-.PHONY: all deps build test demo clean
+.PHONY: all deps build test demo fuzz clean
 
 all: build
 
@@ -20,8 +21,12 @@ build: deps
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
+# Every fuzz target for FUZZ_SECONDS each (needs clang; scripts/install-deps has it).
+fuzz: deps
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) ./scripts/fuzz
+
 demo: build
 	@./scripts/demo $(BUILD)/src/main/archive
 
 clean:
-	rm -rf $(BUILD) build-sanitize
+	rm -rf $(BUILD) build-sanitize build-fuzz
