@@ -1,9 +1,10 @@
 # The two commands of the README: `make demo` and `make test` (`./demo` and `./test`
 # install make and the rest first on a bare machine). Also `make install` (PREFIX,
-# DESTDIR), `make package` (a .deb) and `make cross-test` (arm64 under qemu).
+# DESTDIR), `make package` (a .deb), `make cross-test` (arm64 under qemu) and `make fuzz`.
 BUILD ?= build
 CROSS_BUILD ?= build-arm64
 CMAKE_FLAGS ?=
+FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX ?= /usr/local
 DESTDIR ?=
@@ -11,7 +12,7 @@ DESTDIR ?=
 # The build prints its own progress; the folder changes of make under cmake are noise.
 MAKEFLAGS += --no-print-directory
 
-.PHONY: all deps configure build test demo install package cross-test clean
+.PHONY: all deps configure build test demo fuzz install package cross-test clean
 
 all: build
 
@@ -26,6 +27,10 @@ build: configure
 
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# Every fuzz target for FUZZ_SECONDS each (needs clang; scripts/install-deps has it).
+fuzz: deps
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) ./scripts/fuzz
 
 # The demo builds only the program it runs.
 demo: configure
@@ -42,4 +47,4 @@ cross-test:
 	@./scripts/cross-test $(CROSS_BUILD)
 
 clean:
-	rm -rf $(BUILD) build-sanitize $(CROSS_BUILD)
+	rm -rf $(BUILD) build-sanitize build-fuzz $(CROSS_BUILD)
