@@ -124,8 +124,9 @@ std::pair<std::size_t, std::size_t> lineAndColumn(const std::string& text, std::
 Node::Node(nlohmann::json value, boost::filesystem::path file)
     : value_(std::move(value)), file_(std::move(file)) {}
 
-Configdb Configdb::load(const boost::filesystem::path& file) {
-  const std::string text = readAll(file);
+Configdb Configdb::load(const boost::filesystem::path& file) { return parse(readAll(file), file); }
+
+Configdb Configdb::parse(const std::string& text, const boost::filesystem::path& file) {
   try {
     return Configdb(Node(nlohmann::json::parse(text), file));
   } catch (const nlohmann::json::parse_error& e) {
