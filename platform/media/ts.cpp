@@ -14,9 +14,9 @@
 #include <optional>
 #include <vector>
 
-#include "archive/media_duration.h"
+#include "media/parsers.h"
 
-namespace archive::media {
+namespace media {
 
 namespace {
 
@@ -154,4 +154,4 @@ std::optional<std::int64_t> tsDuration(Reader& reader) {
   return roundedQuotient(span, usePcr ? 27000000 : 90000);
 }
 
-}  // namespace archive::media
+}  // namespace media
