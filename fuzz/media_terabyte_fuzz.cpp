@@ -15,19 +15,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t split = bytes.size() * data[1] / 256;
   const std::string head = bytes.substr(0, split), tail = bytes.substr(split);
   const bool holes = data[1] & 1;
+  const std::uint64_t tailAt = kSize - tail.size();
   probeFile(kSize, fuzzExtension(data[0]), [&](media::ByteRange r) {
     std::string out;
-    for (std::uint64_t at = r.offset; at < r.offset + r.length; ++at) {
-      if (at < head.size()) {
-        out += head[at];
-      } else if (at >= kSize - tail.size()) {
-        out += tail[at - (kSize - tail.size())];
-      } else if (holes) {
-        break;  // a short read: nothing more there
-      } else {
-        out += '\0';
-      }
+    std::uint64_t at = r.offset;
+    const std::uint64_t end = r.offset + r.length;
+    if (at < head.size()) {
+      out = head.substr(at, end - at);
+      at += out.size();
     }
+    if (at < end && at < tailAt) {
+      if (holes) return out;  // a short read: nothing more there
+      const std::uint64_t zeros = std::min(end, tailAt) - at;
+      out.append(zeros, '\0');
+      at += zeros;
+    }
+    if (at < end) out += tail.substr(at - tailAt, end - at);
     return out;
   });
   return 0;
