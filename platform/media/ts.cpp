@@ -8,8 +8,8 @@
 //   with 00 00 01 stream_id len:u16 flags:u8 flags:u8 (PTS present: top bits 10 or 11)
 //   header_len:u8 and the 33-bit PTS in 5 bytes.
 // The first stamp is searched in the first 512 KiB, the last in the last 512 KiB, on
-// the same PID; the clock wraps at 2^33 ticks of its base, and a span of more than half a wrap is
-// taken as damage.
+// the same PID; the clock wraps at 2^33 ticks of its base, and a span of more than half
+// a wrap is taken as damage.
 #include <algorithm>
 #include <optional>
 #include <vector>
