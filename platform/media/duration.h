@@ -1,0 +1,78 @@
+// The length of a recording from its media header (MP4/QuickTime, AVI, MPEG transport
+// stream), computed from bytes the caller has read. The parsers do no I/O: they say
+// which byte range they need next, and the caller (a plain pread loop, or a batch of
+// io_uring reads for many files at once) fetches it and asks again. So each parser is
+// tested and fuzzed on buffers alone, and a damaged file can never make anyone read
+// without bound.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace media {
+
+// No recording of these devices lasts longer; a header that claims more is damaged.
+inline constexpr std::int64_t kMaxSeconds = 31 * 24 * 3600;  // 2,678,400
+
+// The most one file may cost: reads asked for, and bytes per read.
+inline constexpr int kMaxReads = 20;
+inline constexpr std::uint32_t kMaxReadLength = 64 * 1024;
+
+struct ByteRange {
+  std::uint64_t offset = 0;
+  std::uint32_t length = 0;  // 1 to kMaxReadLength
+};
+
+// The bytes of one file read so far: windows at known offsets. A window shorter than
+// the range asked for means the file ended there (or could not be read further).
+class ByteWindows {
+ public:
+  // The bytes read for `asked`; fewer than asked when the file ended first.
+  void add(ByteRange asked, std::string bytes);
+  // How many windows were added (each is one read).
+  std::size_t reads() const { return windows_.size(); }
+  // Copies [offset, offset + length) into `out` if the windows hold all of it.
+  bool copy(std::uint64_t offset, std::size_t length, std::uint8_t* out) const;
+  // The bytes held from `offset` on, up to `length`, in one window; empty when no
+  // window holds `offset`.
+  std::string_view view(std::uint64_t offset, std::size_t length) const;
+  // Whether a window came back short exactly at `offset`: nothing more can be read there.
+  bool endsShortAt(std::uint64_t offset) const;
+
+ private:
+  struct Window {
+    std::uint64_t offset;
+    std::string bytes;
+    bool isShort;
+  };
+  std::vector<Window> windows_;
+};
+
+enum class Verdict {
+  need,          // read `next` and ask again
+  duration,      // `seconds` is the header's duration, 0 to kMaxSeconds
+  noDuration,    // a container recognised by its content whose header gives no duration
+                 // (typically a recording still being written)
+  unrecognised,  // not a recording this library can read, or a damaged header
+};
+
+struct Answer {
+  Verdict verdict = Verdict::unrecognised;
+  std::int64_t seconds = 0;  // with Verdict::duration
+  ByteRange next;            // with Verdict::need
+};
+
+// The range every file is read from first, before anything is known of it; a caller
+// that reads many files may issue it together with the open.
+ByteRange firstRange(std::uint64_t fileSize);
+
+// What the bytes read so far of a file of `fileSize` bytes tell. `extension` (case
+// ignored) is a hint for content that is not recognised on its own. Never asks for more
+// than kMaxReads ranges per file: past that the answer is noDuration or unrecognised.
+Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize,
+                     std::string_view extension);
+
+}  // namespace media
