@@ -103,6 +103,21 @@ void work(const std::string& root, Disk& disk, std::mt19937& rng) {
   }
 }
 
+// The recorder at work from construction to destruction, with a fixed seed.
+class LiveRecorder {
+ public:
+  LiveRecorder(const std::string& root, Disk& disk)
+      : thread_([this, root, &disk] {
+          std::mt19937 rng(9);
+          while (!stop_) work(root, disk, rng), ::usleep(200);
+        }) {}
+  ~LiveRecorder() { stop_ = true, thread_.join(); }
+
+ private:
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
 // A listed file: its key and its five flag characters.
 using Listed = std::vector<std::pair<std::string, std::string>>;
 
@@ -145,7 +160,6 @@ Keys view(const Keys& keys, bool proper, bool trash, bool afu) {
 
 TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
   TempDir tmp;
-  const std::string root = tmp.path();
   Disk disk;
   // Never touched by the recorder: two recorders' earlier files; c3 does not exist yet.
   for (const char* key : {"c1/c1_20240301T120000Z.mp4", "c1/c1-still.avi", "c1/.afu/c1-still.avi",
@@ -161,11 +175,7 @@ TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
                                           {"3", "Three", tmp / "c3"}});
   const Env env{{"DEVICE_CONFIG", tmp / "config.json"}};
 
-  std::atomic<bool> stop{false};
-  std::thread recorder([&] {
-    std::mt19937 rng(9);
-    while (!stop) work(root, disk, rng), ::usleep(200);
-  });
+  const LiveRecorder recorder(tmp.path(), disk);
 
   const std::vector<std::vector<std::string>> runs = {
       {"ls", "all"}, {"ls", "--json", "all"}, {"stat", "all"}, {"ls", "--afu", "all"},
@@ -219,8 +229,6 @@ TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
         EXPECT_TRUE(seen.count(key)) << what << ": missing " << key;
     }
   }
-  stop = true;
-  recorder.join();
 }
 
 }  // namespace
