@@ -58,6 +58,9 @@ TEST(ConfigdbTest, BrokenJsonIsOneLineWithLineAndColumn) {
       {"ends after a line end", "{\n  \"a\": 1,\n", "line 3, column 1"},
       {"trailing garbage", "{}\n}", "line 2, column 1"},
       {"CRLF line ends", "{\r\n\"a\":\r\n?", "line 3, column 1"},
+      {"long string cut short", "{\"a\": \"" + std::string(1000, 'x'), "line 1, column 1008",
+       "syntax error while parsing value - invalid string: missing closing quote; last read: "
+       "'\"" + std::string(36, 'x') + "...'"},
       {"number out of range", "{\"a\": [1,\n 1e99999]}", "line 2, column 2",
        "number overflow parsing '1e99999'"},
   };
