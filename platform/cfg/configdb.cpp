@@ -136,6 +136,13 @@ Node::Node(nlohmann::json value, boost::filesystem::path file)
 Configdb Configdb::load(const boost::filesystem::path& file) { return parse(readAll(file), file); }
 
 Configdb Configdb::parse(const std::string& text, const boost::filesystem::path& file) {
+  // The library takes a NUL byte for the end of the text: after a whole document it would
+  // ignore the rest of the file without a word.
+  const std::size_t nul = text.find('\0');
+  if (nul != std::string::npos) {
+    const auto position = lineAndColumn(text, nul + 1);
+    throw parseError(file, position.first, position.second, "a NUL byte");
+  }
   try {
     return Configdb(Node(nlohmann::json::parse(text), file));
   } catch (const nlohmann::json::parse_error& e) {
