@@ -48,15 +48,18 @@ namespace detail {
 struct Folder;  // one scanned folder: owner, path, name store
 struct FileInfoAccess;
 
-// One gathered recording. Compact on purpose (an archive holds half a million): the
-// name lives in the folder's name store; size, duration and the like are read only
+// One gathered recording. Compact on purpose (an archive holds half a million): a name
+// that follows the start-token pattern is not stored whole (its token is the start time,
+// the text around it is shared by the folder's names; only an event id is stored), the
+// others live in the folder's name store; size, duration and the like are read only
 // when the file is handed on. 24 bytes on a 64-bit system.
 struct FileEntry {
   const Folder* folder = nullptr;
   std::int64_t startTime = 0;    // seconds since the epoch, UTC
-  std::uint32_t nameOffset = 0;  // into folder->names
+  std::uint32_t nameOffset = 0;  // of the stored part, into folder->names
   std::uint16_t nameLength = 0;
   std::uint8_t flags = 0;        // EntryFlag bits known when gathered (folder_scan.h)
+  std::uint8_t shape = 0;        // 0: the stored part is the name, else see Folder
 };
 }  // namespace detail
 

@@ -1,7 +1,7 @@
 // browseFileEntries: filter, order (a partial sort when a limit is given), page, and
 // stat only the files handed on.
 #include <algorithm>
-#include <vector>
+#include <string>
 
 #include "archive/archive.h"
 #include "archive/folder_scan.h"
@@ -18,19 +18,40 @@ struct FileInfoAccess {
 
 namespace {
 
-// Start time, then file name (bytes), then gathering order (folders are numbered as
-// they are made, and a folder's names are stored in the order they were gathered), so
-// that the order is total and no index needs to be kept beside the entries.
-bool timeLess(const FileEntry* a, const FileEntry* b) {
-  if (a->startTime != b->startTime) return a->startTime < b->startTime;
-  const int c = a->folder->nameOf(*a).compare(b->folder->nameOf(*b));
-  if (c != 0) return c < 0;
-  if (a->folder->sequence != b->folder->sequence)
-    return a->folder->sequence < b->folder->sequence;
-  return a->nameOffset < b->nameOffset;
-}
+// Start time, then file name (bytes), then gathering order across folders (numbered as
+// they are made; one folder holds a name once), so that the order is total: a partial
+// sort then yields exactly the slice of a full sort. Names are rebuilt only for equal
+// start times, into buffers kept from call to call.
+class TimeLess {
+ public:
+  bool operator()(const FileEntry& a, const FileEntry& b) const {
+    if (a.startTime != b.startTime) return a.startTime < b.startTime;
+    nameA_.clear();
+    nameB_.clear();
+    a.folder->appendName(a, nameA_);
+    b.folder->appendName(b, nameB_);
+    const int c = nameA_.compare(nameB_);
+    if (c != 0) return c < 0;
+    return a.folder->sequence < b.folder->sequence;
+  }
 
-bool rtimeLess(const FileEntry* a, const FileEntry* b) { return timeLess(b, a); }
+ private:
+  mutable std::string nameA_, nameB_;
+};
+
+// Puts the smallest entries of [from, end) in order into [from, to); the rest stays
+// behind, none smaller. Called again for the next part when vanished files used up the
+// part sorted so far.
+template <class It, class Less>
+void sortPrefix(It from, It to, It end, const Less& less) {
+  if (to == end) {
+    std::sort(from, end, less);
+  } else {
+    // The first ones to the front in linear time, then sort just them.
+    std::nth_element(from, to, end, less);
+    std::sort(from, to, less);
+  }
+}
 
 const FileEntry kNoEntry;  // what the reused FileInfos stand for before their first file
 
@@ -92,37 +113,33 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
     return;
   }
 
-  // 8 bytes an entry; sized exactly when every entry passes, so no doubling.
-  std::vector<const FileEntry*> refs;
-  if (!filtering) refs.reserve(entries.size());
-  for (const FileEntry& entry : entries)
-    if (passes(entry)) refs.push_back(&entry);
-  if (start >= refs.size()) return;
+  // The entries are ordered where they lie: no second array. Those the filter passes go
+  // to the front first (their order does not matter: the sort's order is total).
+  const auto first = entries.begin();
+  const auto end = std::partition(entries.begin(), entries.end(), passes);
+  const std::size_t count = std::size_t(end - first);
+  if (start >= count) return;
 
-  // Sorted so far: [0, sorted). A partial sort leaves the rest no smaller than the
-  // sorted part, so when vanished files use up the sorted part it can be extended.
-  auto less = order == BrowseSortOrder::rtime ? rtimeLess : timeLess;
-  std::size_t sorted = 0;
+  const TimeLess timeLess;
+  const auto rtimeLess = [&timeLess](const FileEntry& a, const FileEntry& b) {
+    return timeLess(b, a);
+  };
+  std::size_t sorted = 0;  // [0, sorted) is in order
   auto sortUpTo = [&](std::size_t wanted) {
-    wanted = std::min(wanted, refs.size());
+    wanted = std::min(wanted, count);
     if (wanted <= sorted) return;
-    if (wanted == refs.size()) {
-      std::sort(refs.begin() + sorted, refs.end(), less);
-    } else if (sorted == 0) {
-      // The first `wanted` to the front in linear time, then sort just them.
-      std::nth_element(refs.begin(), refs.begin() + wanted, refs.end(), less);
-      std::sort(refs.begin(), refs.begin() + wanted, less);
-    } else {
-      std::partial_sort(refs.begin() + sorted, refs.begin() + wanted, refs.end(), less);
-    }
+    if (order == BrowseSortOrder::time)
+      sortPrefix(first + sorted, first + wanted, end, timeLess);
+    else
+      sortPrefix(first + sorted, first + wanted, end, rtimeLess);
     sorted = wanted;
   };
-  sortUpTo(limit == 0 || limit > refs.size() - start ? refs.size() : start + limit);
+  sortUpTo(limit == 0 || limit > count - start ? count : start + limit);
 
   skipped = start;
-  for (std::size_t i = start; i < refs.size(); ++i) {
+  for (std::size_t i = start; i < count; ++i) {
     if (i >= sorted) sortUpTo(i + std::max<std::size_t>(limit - handed, 16));
-    if (!visit(*refs[i])) return;
+    if (!visit(first[i])) return;
   }
 }
 

@@ -43,7 +43,8 @@ void FileInfo::reset(const detail::FileEntry& entry) {
   closeFile();
   entry_ = &entry;
   if (entry.folder) {
-    fileName.assign(entry.folder->nameOf(entry));
+    fileName.clear();
+    entry.folder->appendName(entry, fileName);
     owner = entry.folder->owner;
   } else {
     fileName.clear();

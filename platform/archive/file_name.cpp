@@ -26,8 +26,6 @@ std::string_view fileStem(std::string_view name) {
 
 namespace {
 
-constexpr std::size_t kTokenLength = 16;  // YYYYMMDDTHHMMSSZ
-
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 unsigned digits(std::string_view s, std::size_t pos, std::size_t count) {
@@ -67,6 +65,7 @@ NameParts parseFileName(std::string_view name) {
   for (std::size_t pos = 0; pos + kTokenLength <= stem.size(); ++pos) {
     if (!tokenAt(stem, pos, &parts.startTime)) continue;
     parts.hasToken = true;
+    parts.tokenOffset = pos;
     parts.prefix = stem.substr(0, pos);
     if (!parts.prefix.empty() && parts.prefix.back() == '_') parts.prefix.remove_suffix(1);
     parts.eventId = stem.substr(pos + kTokenLength);
@@ -75,6 +74,38 @@ NameParts parseFileName(std::string_view name) {
   }
   parts.startTime = 0;
   return parts;
+}
+
+bool formatStartToken(std::int64_t time, char* out) {
+  // The inverse of daysFromCivil (after H. Hinnant).
+  std::int64_t days = time / 86400, seconds = time % 86400;
+  if (seconds < 0) {
+    seconds += 86400;
+    --days;
+  }
+  days += 719468;
+  const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+  const std::int64_t doe = days - era * 146097;
+  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const std::int64_t mp = (5 * doy + 2) / 153;
+  const std::int64_t day = doy - (153 * mp + 2) / 5 + 1;
+  const std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
+  const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
+  if (year < 0 || year > 9999) return false;
+  auto put = [&out](std::int64_t value, int width) {
+    for (int i = width - 1; i >= 0; --i, value /= 10) out[i] = char('0' + value % 10);
+    out += width;
+  };
+  put(year, 4);
+  put(month, 2);
+  put(day, 2);
+  *out++ = 'T';
+  put(seconds / 3600, 2);
+  put(seconds / 60 % 60, 2);
+  put(seconds % 60, 2);
+  *out = 'Z';
+  return true;
 }
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {

@@ -44,19 +44,37 @@ class DirFd {
   int fd_;
 };
 
+// The text around the start token that names of a folder share: "cam1_" and ".mp4" in
+// cam1_20260301T140509Z.mp4.
+struct NameShape {
+  std::string head;  // everything before the token
+  std::string tail;  // from the last "." on, or empty
+};
+
 // One scanned folder, or a part of one when its names outgrow 32-bit offsets (the parts
 // share one descriptor). Owned by its archive, so entries stay valid while the archive
 // lives.
 struct Folder {
+  // A folder has at most this many shapes; names of others are stored whole.
+  static constexpr std::size_t kMaxShapes = 255;
+
   const Owner* owner = nullptr;
   boost::filesystem::path path;  // <dir> or <dir>/.trash
-  std::string names;             // the entries' names back to back, no separators
+  // The stored parts of the entries' names, back to back, no separators: a whole name
+  // for shape 0, else what lies between the token and the tail (the event id with its
+  // "_", often nothing).
+  std::string names;
+  std::vector<NameShape> shapes;     // entry shape k is shapes[k - 1]
   std::shared_ptr<const DirFd> dir;  // the folder, open while the folder lives
   Markers* markers = nullptr;        // the flags of the archive's files
   std::uint64_t sequence = 0;        // folders are numbered as they are made, from 1
 
-  std::string_view nameOf(const FileEntry& entry) const {
-    return std::string_view(names.data() + entry.nameOffset, entry.nameLength);
+  // Appends the file name of `entry` to `out`.
+  void appendName(const FileEntry& entry, std::string& out) const;
+  std::string nameOf(const FileEntry& entry) const {
+    std::string name;
+    appendName(entry, name);
+    return name;
   }
 };
 
