@@ -4,7 +4,7 @@
 #include <string>
 
 #include "archive/archive.h"
-#include "archive/folder_scan.h"
+#include "archive/detail/folder_store.h"
 
 namespace archive {
 namespace detail {
@@ -18,9 +18,9 @@ struct FileInfoAccess {
 
 namespace {
 
-// Start time, then file name (bytes), then gathering order across folders (numbered as
-// they are made; one folder holds a name once), so that the order is total: a partial
-// sort then yields exactly the slice of a full sort. Names are rebuilt only for equal
+// Start time, then file name (bytes), then gathering order across folders (by where
+// each folder's first entry was put; one folder holds a name once), so that the order is
+// total: a partial sort then yields exactly the slice of a full sort. Names are rebuilt only for equal
 // start times, into buffers kept from call to call.
 class TimeLess {
  public:
@@ -32,7 +32,7 @@ class TimeLess {
     b.folder->appendName(b, nameB_);
     const int c = nameA_.compare(nameB_);
     if (c != 0) return c < 0;
-    return a.folder->sequence < b.folder->sequence;
+    return a.folder->position < b.folder->position;
   }
 
  private:

@@ -4,8 +4,9 @@
 #include <unistd.h>
 
 #include "archive/archive.h"
-#include "archive/file_name.h"
-#include "archive/folder_scan.h"
+#include "archive/detail/file_name.h"
+#include "archive/detail/folder_store.h"
+#include "archive/detail/markers.h"
 #include "archive/media_duration.h"
 
 namespace archive {
@@ -40,15 +41,13 @@ class FdReader : public media::Reader {
 FileInfo::FileInfo(const detail::FileEntry& entry) : entry_(&entry) { reset(entry); }
 
 void FileInfo::reset(const detail::FileEntry& entry) {
-  closeFile();
+  file_.reset();
   entry_ = &entry;
+  fileName.clear();
+  owner = nullptr;
   if (entry.folder) {
-    fileName.clear();
     entry.folder->appendName(entry, fileName);
     owner = entry.folder->owner;
-  } else {
-    fileName.clear();
-    owner = nullptr;
   }
   deleted = (entry.flags & detail::kDeleted) != 0;
   read_ = false;
@@ -59,40 +58,12 @@ void FileInfo::reset(const detail::FileEntry& entry) {
   flagsKnown_ = 0;
 }
 
-FileInfo::FileInfo(const FileInfo& other)
-    : fileName(other.fileName),
-      deleted(other.deleted),
-      owner(other.owner),
-      entry_(other.entry_),
-      read_(other.read_),
-      size_(other.size_),
-      mtime_(other.mtime_),
-      duration_(other.duration_),
-      flags_(other.flags_),
-      flagsKnown_(other.flagsKnown_) {}
-
-FileInfo& FileInfo::operator=(const FileInfo& other) {
-  if (this == &other) return *this;
-  closeFile();
-  fileName = other.fileName;
-  deleted = other.deleted;
-  owner = other.owner;
-  entry_ = other.entry_;
-  read_ = other.read_;
-  size_ = other.size_;
-  mtime_ = other.mtime_;
-  duration_ = other.duration_;
-  flags_ = other.flags_;
-  flagsKnown_ = other.flagsKnown_;
-  return *this;
-}
-
-FileInfo::~FileInfo() { closeFile(); }
-
-void FileInfo::closeFile() {
+namespace detail {
+void FileHandle::reset(int fd) noexcept {
   if (fd_ >= 0) ::close(fd_);
-  fd_ = -1;
+  fd_ = fd;
 }
+}  // namespace detail
 
 std::string FileInfo::getName() { return std::string(detail::fileStem(fileName)); }
 
@@ -132,7 +103,7 @@ bool FileInfo::openRegular() {
     ::close(fd);
     return false;
   }
-  fd_ = fd;
+  file_.reset(fd);
   read_ = true;
   size_ = st.st_size;
   mtime_ = st.st_mtime;
@@ -140,7 +111,7 @@ bool FileInfo::openRegular() {
 }
 
 bool FileInfo::openAndRefresh() {
-  closeFile();
+  file_.reset();
   // A file that cannot be opened may still be listed: the stat by name decides.
   return openRegular() || refresh();
 }
@@ -156,11 +127,11 @@ std::int64_t FileInfo::getDuration() {
   if (duration_ >= 0) return duration_;
   std::optional<std::int64_t> seconds;
   // Not opened when handed on: open now, keeping what was read if that fails.
-  if (fd_ < 0) openRegular();
-  if (fd_ >= 0) {
-    FdReader reader(fd_, std::uint64_t(size_));
+  if (file_.get() < 0) openRegular();
+  if (file_.get() >= 0) {
+    FdReader reader(file_.get(), std::uint64_t(size_));
     seconds = media::mediaDuration(reader, detail::fileExtension(fileName));
-    closeFile();
+    file_.reset();
   }
   if (seconds) {
     duration_ = *seconds;

@@ -1,5 +1,5 @@
 // Parsing of recording file names; see docs/archive-layout.md for the rules.
-#include "archive/file_name.h"
+#include "archive/detail/file_name.h"
 
 namespace archive::detail {
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "archive/file_name.h"
+#include "archive/detail/file_name.h"
 
 namespace archive::media {
 
