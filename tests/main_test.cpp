@@ -1,4 +1,6 @@
 // End-to-end tests of the command dispatcher: the real binary's output and exit status.
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -96,6 +98,18 @@ TEST(DispatcherTest, StandardExceptionFromAHandlerIsItsTextWithStatusOne) {
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, "Recorder not found\n");
+}
+
+// Without DEVICE_CONFIG the default file is read; where it is missing, the one line also
+// tells how to name another.
+TEST(DispatcherTest, MissingDefaultConfigurationSaysHowToNameAnother) {
+  if (access("/etc/device/config.json", F_OK) == 0) GTEST_SKIP() << "this machine has one";
+  const RunResult run = runArchive({"stat", "all"}, {{"DEVICE_CONFIG", ""}});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err,
+            "/etc/device/config.json: cannot read: No such file or directory (set "
+            "DEVICE_CONFIG to the path of the device configuration)\n");
 }
 
 }  // namespace

@@ -7,34 +7,32 @@
 #include "archive/detail/file_name.h"
 #include "archive/detail/folder_store.h"
 #include "archive/detail/markers.h"
-#include "archive/media_duration.h"
+#include "media/duration.h"
 
 namespace archive {
 
 namespace {
 
-// Reads a file through pread; an error reads as the end of the file.
-class FdReader : public media::Reader {
- public:
-  FdReader(int fd, std::uint64_t size) : fd_(fd), size_(size) {}
-  std::uint64_t size() const override { return size_; }
-  std::size_t read(std::uint64_t offset, std::uint8_t* buffer, std::size_t length) override {
-    // Not past the size the file had when opened: a read at the end costs a system call.
-    if (offset >= size_) return 0;
-    if (length > size_ - offset) length = std::size_t(size_ - offset);
+// Asks the media parsers what they need and reads it with pread, until they answer.
+// A read error counts as the end of the file.
+media::Answer readDuration(int fd, std::uint64_t size, std::string_view extension) {
+  media::ByteWindows windows;
+  media::ByteRange range = media::firstRange(size);
+  for (;;) {
+    std::string bytes(range.length, '\0');
     std::size_t done = 0;
-    while (done < length) {
-      const ssize_t n = pread(fd_, buffer + done, length - done, off_t(offset + done));
+    while (done < bytes.size()) {
+      const ssize_t n = pread(fd, &bytes[done], bytes.size() - done, off_t(range.offset + done));
       if (n <= 0) break;
       done += std::size_t(n);
     }
-    return done;
+    bytes.resize(done);
+    windows.add(range, std::move(bytes));
+    const media::Answer answer = media::probeDuration(windows, size, extension);
+    if (answer.verdict != media::Verdict::need) return answer;
+    range = answer.next;
   }
-
- private:
-  int fd_;
-  std::uint64_t size_;
-};
+}
 
 }  // namespace
 
@@ -125,20 +123,20 @@ std::int64_t FileInfo::getStartTime() { return entry_->startTime; }
 
 std::int64_t FileInfo::getDuration() {
   if (duration_ >= 0) return duration_;
-  std::optional<std::int64_t> seconds;
+  duration_ = 0;
   // Not opened when handed on: open now, keeping what was read if that fails.
   if (file_.get() < 0) openRegular();
-  if (file_.get() >= 0) {
-    FdReader reader(file_.get(), std::uint64_t(size_));
-    seconds = media::mediaDuration(reader, detail::fileExtension(fileName));
-    file_.reset();
-  }
-  if (seconds) {
-    duration_ = *seconds;
-  } else {
-    // No header duration: the time the recorder kept writing, if the clock agrees.
-    const std::int64_t written = (read_ && size_ >= 0) ? mtime_ - entry_->startTime : 0;
-    duration_ = written > 0 ? written : 0;
+  if (file_.get() < 0) return duration_;
+  const media::Answer answer =
+      readDuration(file_.get(), std::uint64_t(size_), detail::fileExtension(fileName));
+  file_.reset();
+  if (answer.verdict == media::Verdict::duration) {
+    duration_ = answer.seconds;
+  } else if (answer.verdict == media::Verdict::noDuration) {
+    // A recording whose header is not written yet: the time the recorder has been
+    // writing it, if the clocks agree.
+    const std::int64_t written = mtime_ - entry_->startTime;
+    if (written >= 0 && written <= media::kMaxSeconds) duration_ = written;
   }
   return duration_;
 }

@@ -2,6 +2,7 @@
 #include "cfg/configdb.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,47 +20,88 @@ namespace {
 
 const char kDefaultFile[] = "/etc/device/config.json";
 
+// A configuration is a few kilobytes; anything near this is not one.
+constexpr off_t kMaxBytes = 16 * 1024 * 1024;
+
+std::runtime_error fileError(const boost::filesystem::path& file, const std::string& fault) {
+  return std::runtime_error(file.string() + ": " + fault);
+}
+
 std::runtime_error readError(const boost::filesystem::path& file, int error) {
-  return std::runtime_error(file.string() + ": cannot read: " + std::strerror(error));
+  std::string fault = std::string("cannot read: ") + std::strerror(error);
+  // A newcomer on a machine without the default file learns how to name another.
+  if (error == ENOENT && file == kDefaultFile)
+    fault += " (set DEVICE_CONFIG to the path of the device configuration)";
+  return fileError(file, fault);
 }
 
 std::runtime_error parseError(const boost::filesystem::path& file, std::size_t line,
                               std::size_t column, const std::string& reason) {
-  return std::runtime_error(file.string() + ": not valid JSON at line " +
-                            std::to_string(line) + ", column " + std::to_string(column) +
-                            ": " + reason);
+  return fileError(file, "not valid JSON at line " + std::to_string(line) + ", column " +
+                             std::to_string(column) + ": " + reason);
 }
 
-// The whole file as bytes. Read through the descriptor so that a folder or a device
-// error yields the system's reason rather than a silent empty text.
+const char* kindOf(mode_t mode) {
+  if (S_ISDIR(mode)) return "a folder";
+  if (S_ISFIFO(mode)) return "a FIFO";
+  if (S_ISCHR(mode) || S_ISBLK(mode)) return "a device";
+  if (S_ISSOCK(mode)) return "a socket";
+  return "not a plain file";
+}
+
+// Closes the descriptor on every way out.
+struct Fd {
+  int fd;
+  ~Fd() {
+    if (fd >= 0) ::close(fd);
+  }
+};
+
+// The whole file as bytes. Only a regular file of at most kMaxBytes is read, and that
+// is checked before the first byte: a FIFO would block, a device never end. O_NONBLOCK
+// keeps the open itself from waiting for a FIFO's writer.
 std::string readAll(const boost::filesystem::path& file) {
-  const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) throw readError(file, errno);
+  const Fd f{::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)};
+  if (f.fd < 0) throw readError(file, errno);
+  struct stat st;
+  if (::fstat(f.fd, &st) != 0) throw readError(file, errno);
+  if (!S_ISREG(st.st_mode))
+    throw fileError(file, std::string("cannot read: ") + kindOf(st.st_mode) +
+                              ", not a regular file");
+  if (st.st_size > kMaxBytes)
+    throw fileError(file, "cannot read: " + std::to_string(st.st_size) +
+                              " bytes, larger than the 16 MiB a configuration may have");
   std::string text;
   char buffer[16384];
   for (;;) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    const ssize_t n = ::read(f.fd, buffer, sizeof buffer);
     if (n > 0) {
       text.append(buffer, static_cast<std::size_t>(n));
+      // It grew after the check.
+      if (text.size() > std::size_t(kMaxBytes))
+        throw fileError(file, "cannot read: larger than the 16 MiB a configuration may have");
     } else if (n == 0) {
       break;
     } else if (errno != EINTR) {
-      const int error = errno;
-      ::close(fd);
-      throw readError(file, error);
+      throw readError(file, errno);
     }
   }
-  ::close(fd);
   return text;
 }
 
-// nlohmann's message starts with "[json.exception.parse_error.101] parse error at ...: ";
-// keep only what follows, the reason itself.
-std::string parseReason(const char* what) {
-  const std::string text(what);
-  const std::size_t at = text.find("parse error");
-  const std::size_t colon = at == std::string::npos ? at : text.find(": ", at);
-  return colon == std::string::npos ? text : text.substr(colon + 2);
+// nlohmann's messages start with "[json.exception.<kind>.<number>] ", and a parse
+// error goes on with "parse error at line L, column C: "; keep only the reason itself.
+std::string jsonReason(const char* what) {
+  std::string text(what);
+  if (text.compare(0, 16, "[json.exception.") == 0) {
+    const std::size_t close = text.find("] ");
+    if (close != std::string::npos) text.erase(0, close + 2);
+  }
+  if (text.compare(0, 11, "parse error") == 0) {
+    const std::size_t colon = text.find(": ");
+    if (colon != std::string::npos) text.erase(0, colon + 2);
+  }
+  return text;
 }
 
 // Line and column, both from 1, of the byte at position `byte` (counted from 1, as
@@ -82,13 +124,27 @@ std::pair<std::size_t, std::size_t> lineAndColumn(const std::string& text, std::
 Node::Node(nlohmann::json value, boost::filesystem::path file)
     : value_(std::move(value)), file_(std::move(file)) {}
 
-Configdb Configdb::load(const boost::filesystem::path& file) {
-  const std::string text = readAll(file);
+Configdb Configdb::load(const boost::filesystem::path& file) { return parse(readAll(file), file); }
+
+Configdb Configdb::parse(const std::string& text, const boost::filesystem::path& file) {
   try {
     return Configdb(Node(nlohmann::json::parse(text), file));
   } catch (const nlohmann::json::parse_error& e) {
     const auto position = lineAndColumn(text, e.byte);
-    throw parseError(file, position.first, position.second, parseReason(e.what()));
+    throw parseError(file, position.first, position.second, jsonReason(e.what()));
+  } catch (const nlohmann::json::out_of_range& e) {
+    // A number too large for a double ("number overflow parsing '1e99999'"): the
+    // library gives no position, so point at the first place the number stands.
+    const std::string reason = jsonReason(e.what());
+    const std::size_t quote = reason.find('\'');
+    const std::string number =
+        quote == std::string::npos ? "" : reason.substr(quote + 1, reason.size() - quote - 2);
+    const std::size_t at = number.empty() ? std::string::npos : text.find(number);
+    if (at == std::string::npos) throw fileError(file, "not valid JSON: " + reason);
+    const auto position = lineAndColumn(text, at + 1);
+    throw parseError(file, position.first, position.second, reason);
+  } catch (const nlohmann::json::exception& e) {
+    throw fileError(file, "not valid JSON: " + jsonReason(e.what()));
   }
 }
 

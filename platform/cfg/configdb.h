@@ -32,6 +32,9 @@ class Configdb {
 
   // Loads the file at `file` (used by config(), and by tests).
   static Configdb load(const boost::filesystem::path& file);
+  // Parses `text` as the content of `file`, which names it in errors and anchors
+  // relative paths.
+  static Configdb parse(const std::string& text, const boost::filesystem::path& file);
 
  private:
   explicit Configdb(Node root) : root_(std::move(root)) {}

@@ -2,9 +2,12 @@
 // their line and column, and the once-per-process database.
 #include "cfg/configdb.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -21,13 +24,23 @@ std::string loadError(const std::string& file) {
   return whatOf([&] { cfg::Configdb::load(file); });
 }
 
-// Opening fails for an absent file; reading fails for a folder.
-TEST(ConfigdbTest, UnreadableFileNamesTheSystemsReason) {
+// Only a regular file of at most 16 MiB is read, and nothing of any other is: a FIFO
+// without a writer would block, /dev/zero never end.
+TEST(ConfigdbTest, OnlyARegularFileOfAtMost16MiBIsRead) {
   TempDir dir;
   testing_support::makeDirs(dir / "folder");
-  EXPECT_EQ(loadError(dir / "absent.json"),
-            dir / "absent.json: cannot read: No such file or directory");
-  EXPECT_EQ(loadError(dir / "folder"), dir / "folder: cannot read: Is a directory");
+  ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+  writeFile(dir / "max", std::string((16 << 20) - 2, ' ') + "{}");
+  writeFile(dir / "big", std::string((16 << 20) - 1, ' ') + "{}");
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {dir / "absent.json", "cannot read: No such file or directory"},
+      {dir / "folder", "cannot read: a folder, not a regular file"},
+      {dir / "fifo", "cannot read: a FIFO, not a regular file"},
+      {"/dev/zero", "cannot read: a device, not a regular file"},
+      {dir / "big", "cannot read: 16777217 bytes, larger than the 16 MiB a configuration may have"},
+  };
+  for (const auto& [file, fault] : cases) EXPECT_EQ(loadError(file), file + ": " + fault);
+  EXPECT_EQ(loadError(dir / "max"), "no error");
 }
 
 TEST(ConfigdbTest, BrokenJsonIsOneLineWithLineAndColumn) {
@@ -45,6 +58,8 @@ TEST(ConfigdbTest, BrokenJsonIsOneLineWithLineAndColumn) {
       {"ends after a line end", "{\n  \"a\": 1,\n", "line 3, column 1"},
       {"trailing garbage", "{}\n}", "line 2, column 1"},
       {"CRLF line ends", "{\r\n\"a\":\r\n?", "line 3, column 1"},
+      {"number out of range", "{\"a\": [1,\n 1e99999]}", "line 2, column 2",
+       "number overflow parsing '1e99999'"},
   };
   TempDir dir;
   const std::string file = dir / "config.json";

@@ -18,7 +18,7 @@ namespace media {
 inline constexpr std::int64_t kMaxSeconds = 31 * 24 * 3600;  // 2,678,400
 
 // The most one file may cost: reads asked for, and bytes per read.
-inline constexpr int kMaxReads = 8;
+inline constexpr int kMaxReads = 20;
 inline constexpr std::uint32_t kMaxReadLength = 64 * 1024;
 
 struct ByteRange {
@@ -30,7 +30,8 @@ struct ByteRange {
 // the range asked for means the file ended there (or could not be read further).
 class ByteWindows {
  public:
-  void add(std::uint64_t offset, std::string bytes);
+  // The bytes read for `asked`; fewer than asked when the file ended first.
+  void add(ByteRange asked, std::string bytes);
   // How many windows were added (each is one read).
   std::size_t reads() const { return windows_.size(); }
   // Copies [offset, offset + length) into `out` if the windows hold all of it.
@@ -38,11 +39,14 @@ class ByteWindows {
   // The bytes held from `offset` on, up to `length`, in one window; empty when no
   // window holds `offset`.
   std::string_view view(std::uint64_t offset, std::size_t length) const;
+  // Whether a window came back short exactly at `offset`: nothing more can be read there.
+  bool endsShortAt(std::uint64_t offset) const;
 
  private:
   struct Window {
     std::uint64_t offset;
     std::string bytes;
+    bool isShort;
   };
   std::vector<Window> windows_;
 };

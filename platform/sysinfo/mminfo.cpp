@@ -33,7 +33,11 @@ std::string stringMember(const cfg::Node& root, const json& object, const std::s
     return *fallback;
   }
   if (!it->is_string()) throw configError(root, where + "." + key, "expected a string");
-  return it->get<std::string>();
+  std::string text = it->get<std::string>();
+  // "\u0000" is valid JSON, but a path or an id cut at the NUL would name something else.
+  if (text.find('\0') != std::string::npos)
+    throw configError(root, where + "." + key, "holds a NUL byte");
+  return text;
 }
 
 // Absolute and lexically normal, without looking at the disk (the storage may not be

@@ -81,6 +81,10 @@ TEST(MMInfoTest, WrongTypesNameTheFileAndTheMember) {
       {withRecorders(R"({"label": "x"})"), file + "media.recorders[0].id: missing"},
       {withRecorders(R"({"id": "1", "archiveDirectory": ["/a"]})"),
        file + "media.recorders[0].archiveDirectory: expected a string"},
+      {withRecorders(R"({"id": "1", "archiveDirectory": "/a\u0000b"})"),
+       file + "media.recorders[0].archiveDirectory: holds a NUL byte"},
+      {withRecorders(R"({"id": "1"}, {"id": "\u0000"})"),
+       file + "media.recorders[1].id: holds a NUL byte"},
   });
 }
 

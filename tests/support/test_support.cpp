@@ -84,7 +84,12 @@ void writeDeviceConfig(const std::string& file, const std::vector<Recorder>& rec
 
 void addRecording(const std::string& dir, const std::string& name, std::size_t size,
                   const std::vector<std::string>& markers, bool inTrash) {
-  writeFile(dir + (inTrash ? "/.trash/" : "/") + name, std::string(size, 'x'));
+  // An MP4 file type box and no movie yet, as a recording still being written: its
+  // duration is the time it has been written.
+  std::string content(size, 'x');
+  if (size >= 8) content.replace(0, 8, std::string("\0\0\0\0ftyp", 8));
+  for (int i = 0; i < 4 && size >= 8; ++i) content[i] = char(std::uint32_t(size) >> (24 - 8 * i));
+  writeFile(dir + (inTrash ? "/.trash/" : "/") + name, content);
   for (const std::string& m : markers) writeFile(dir + "/." + m + "/" + name, "");
 }
 
@@ -193,7 +198,7 @@ RunResult runProgram(const std::vector<std::string>& argv, const std::string& in
 }
 
 RunResult runArchive(const std::vector<std::string>& args, const Env& env, int timeoutSeconds) {
-  std::vector<std::string> argv{ARCHIVE_BINARY};
+  std::vector<std::string> argv{ARCHIVE_COMMAND};
   argv.insert(argv.end(), args.begin(), args.end());
   return runProgram(argv, "", env, timeoutSeconds);
 }

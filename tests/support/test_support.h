@@ -43,7 +43,8 @@ struct Recorder {
 void writeDeviceConfig(const std::string& file, const std::vector<Recorder>& recorders);
 
 // One recording in an archive folder `dir`: writes <dir>/[.trash/]<name> with `size`
-// bytes, and an empty marker file in <dir>/.<marker>/ for each of `markers`
+// bytes (an MP4 without a movie header: its duration is its modification time less its
+// start), and an empty marker file in <dir>/.<marker>/ for each of `markers`
 // ("afu", "locked", "downloaded", "recording").
 void addRecording(const std::string& dir, const std::string& name, std::size_t size,
                   const std::vector<std::string>& markers = {}, bool inTrash = false);

@@ -10,9 +10,9 @@
 // A box that does not fit in its parent is damage: the search stops there.
 #include <optional>
 
-#include "archive/media_duration.h"
+#include "media/parsers.h"
 
-namespace archive::media {
+namespace media {
 
 namespace {
 
@@ -28,6 +28,7 @@ constexpr int kMaxBoxesPerLevel = 16;
 // Finds the first box of `type` among the boxes filling [begin, end).
 std::optional<Box> findBox(Reader& reader, std::uint64_t begin, std::uint64_t end,
                            const char* type) {
+  reader.expect(begin, end);
   std::uint64_t offset = begin;
   for (int i = 0; i < kMaxBoxesPerLevel && end - offset >= 8; ++i) {
     std::uint8_t h[16];
@@ -102,4 +103,4 @@ std::optional<std::int64_t> mp4Duration(Reader& reader) {
   return roundedQuotient(duration, timescale);
 }
 
-}  // namespace archive::media
+}  // namespace media

@@ -7,20 +7,20 @@
 //   pcr_base:33 reserved:6 pcr_ext:9. A PES packet begins, in a payload starting a unit,
 //   with 00 00 01 stream_id len:u16 flags:u8 flags:u8 (PTS present: top bits 10 or 11)
 //   header_len:u8 and the 33-bit PTS in 5 bytes.
-// The first stamp is searched in the first MiB, the last in the last MiB, on the same
-// PID; the clock wraps at 2^33 ticks of its base, and a span of more than half a wrap is
-// taken as damage.
+// The first stamp is searched in the first 512 KiB, the last in the last 512 KiB, on
+// the same PID; the clock wraps at 2^33 ticks of its base, and a span of more than half
+// a wrap is taken as damage.
 #include <algorithm>
 #include <optional>
 #include <vector>
 
-#include "archive/media_duration.h"
+#include "media/parsers.h"
 
-namespace archive::media {
+namespace media {
 
 namespace {
 
-constexpr std::uint64_t kWindow = 1024 * 1024;
+constexpr std::uint64_t kWindow = 512 * 1024;
 constexpr std::uint64_t kPcrWrap = (std::uint64_t(1) << 33) * 300;  // 27 MHz ticks
 constexpr std::uint64_t kPtsWrap = std::uint64_t(1) << 33;          // 90 kHz ticks
 
@@ -154,4 +154,4 @@ std::optional<std::int64_t> tsDuration(Reader& reader) {
   return roundedQuotient(span, usePcr ? 27000000 : 90000);
 }
 
-}  // namespace archive::media
+}  // namespace media

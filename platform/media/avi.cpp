@@ -12,9 +12,9 @@
 #include <cstring>
 #include <optional>
 
-#include "archive/media_duration.h"
+#include "media/parsers.h"
 
-namespace archive::media {
+namespace media {
 
 namespace {
 
@@ -28,6 +28,7 @@ struct Chunk {
 // Finds chunk `id` (or, with `listType`, the LIST of that type) in [begin, end).
 std::optional<Chunk> findChunk(Reader& reader, std::uint64_t begin, std::uint64_t end,
                                const char* id, const char* listType = nullptr) {
+  reader.expect(begin, end);
   std::uint64_t offset = begin;
   for (int i = 0; i < kMaxChunksPerLevel && end - offset >= 8; ++i) {
     std::uint8_t h[12];
@@ -85,4 +86,4 @@ std::optional<std::int64_t> aviDuration(Reader& reader) {
   return roundedQuotient(std::uint64_t(*usPerFrame) * *frames, 1000000);
 }
 
-}  // namespace archive::media
+}  // namespace media

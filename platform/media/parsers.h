@@ -1,0 +1,54 @@
+// The media header parsers behind probeDuration (duration.h): MP4/QuickTime, AVI and
+// MPEG transport streams, each written as straight-line code over a Reader. The Reader
+// serves the bytes read so far and notes the first range it lacks, so the parsers need
+// no I/O of their own; damaged content gives no duration, never an error.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "media/duration.h"
+
+namespace media {
+
+// Random access to the bytes of one file.
+class Reader {
+ public:
+  virtual ~Reader() = default;
+  virtual std::uint64_t size() const = 0;
+  // Reads up to `length` bytes at `offset`; returns the count read, short only at the
+  // end of the data or when the bytes are not at hand.
+  virtual std::size_t read(std::uint64_t offset, std::uint8_t* buffer, std::size_t length) = 0;
+  // Tells that the coming reads walk [begin, end) (a box or chunk list), so one read may
+  // fetch the whole of a small one.
+  virtual void expect(std::uint64_t /*begin*/, std::uint64_t /*end*/) {}
+};
+
+enum class Container { unknown, mp4, avi, ts };
+
+// Recognises the container by its first bytes (and then sets *byContent), else by
+// `extension` (case ignored: mp4 mov m4v 3gp / avi / ts m2ts mts).
+Container detectContainer(Reader& reader, std::string_view extension, bool* byContent);
+
+// Each gives whole seconds rounded to nearest, or nothing when the header has none.
+std::optional<std::int64_t> mp4Duration(Reader& reader);
+std::optional<std::int64_t> aviDuration(Reader& reader);
+std::optional<std::int64_t> tsDuration(Reader& reader);
+
+// num / den rounded to nearest (halves up); den > 0. Saturates at INT64_MAX.
+std::int64_t roundedQuotient(std::uint64_t num, std::uint64_t den);
+
+// Big-endian and little-endian loads.
+inline std::uint32_t be32(const std::uint8_t* p) {
+  return std::uint32_t(p[0]) << 24 | std::uint32_t(p[1]) << 16 | std::uint32_t(p[2]) << 8 | p[3];
+}
+inline std::uint64_t be64(const std::uint8_t* p) {
+  return std::uint64_t(be32(p)) << 32 | be32(p + 4);
+}
+inline std::uint32_t le32(const std::uint8_t* p) {
+  return std::uint32_t(p[3]) << 24 | std::uint32_t(p[2]) << 16 | std::uint32_t(p[1]) << 8 | p[0];
+}
+
+}  // namespace media
