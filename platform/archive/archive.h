@@ -117,6 +117,8 @@ class FileInfo {
   bool openRegular();
   // Makes this the FileInfo of `entry`, as if newly made (reusing the name's buffer).
   void reset(const detail::FileEntry& entry);
+  // What was read ahead of the hand-on: size, modification time and duration.
+  void preset(std::int64_t size, std::int64_t mtime, std::int64_t duration);
   // Whether the file carries marker `flag`; one lookup gives every flag read so far.
   bool hasFlag(std::uint8_t flag);
 

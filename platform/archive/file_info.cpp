@@ -7,34 +7,9 @@
 #include "archive/detail/file_name.h"
 #include "archive/detail/folder_store.h"
 #include "archive/detail/markers.h"
-#include "media/duration.h"
+#include "archive/detail/header_read.h"
 
 namespace archive {
-
-namespace {
-
-// Asks the media parsers what they need and reads it with pread, until they answer.
-// A read error counts as the end of the file.
-media::Answer readDuration(int fd, std::uint64_t size, std::string_view extension) {
-  media::ByteWindows windows;
-  media::ByteRange range = media::firstRange(size);
-  for (;;) {
-    std::string bytes(range.length, '\0');
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-      const ssize_t n = pread(fd, &bytes[done], bytes.size() - done, off_t(range.offset + done));
-      if (n <= 0) break;
-      done += std::size_t(n);
-    }
-    bytes.resize(done);
-    windows.add(range, std::move(bytes));
-    const media::Answer answer = media::probeDuration(windows, size, extension);
-    if (answer.verdict != media::Verdict::need) return answer;
-    range = answer.next;
-  }
-}
-
-}  // namespace
 
 FileInfo::FileInfo(const detail::FileEntry& entry) : entry_(&entry) { reset(entry); }
 
@@ -56,11 +31,52 @@ void FileInfo::reset(const detail::FileEntry& entry) {
   flagsKnown_ = 0;
 }
 
+void FileInfo::preset(std::int64_t size, std::int64_t mtime, std::int64_t duration) {
+  file_.reset();
+  read_ = true;
+  size_ = size;
+  mtime_ = mtime;
+  duration_ = duration;
+}
+
 namespace detail {
+
 void FileHandle::reset(int fd) noexcept {
   if (fd_ >= 0) ::close(fd_);
   fd_ = fd;
 }
+
+media::Answer readDuration(int fd, std::uint64_t size, std::string_view extension) {
+  media::ByteWindows windows;
+  media::ByteRange range = media::firstRange(size);
+  for (;;) {
+    std::string bytes(range.length, '\0');
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+      const ssize_t n = pread(fd, &bytes[done], bytes.size() - done, off_t(range.offset + done));
+      if (n <= 0) break;
+      done += std::size_t(n);
+    }
+    bytes.resize(done);
+    windows.add(range, std::move(bytes));
+    const media::Answer answer = media::probeDuration(windows, size, extension);
+    if (answer.verdict != media::Verdict::need) return answer;
+    range = answer.next;
+  }
+}
+
+std::int64_t reportedDuration(const media::Answer& answer, std::int64_t mtime,
+                              std::int64_t startTime) {
+  if (answer.verdict == media::Verdict::duration) return answer.seconds;
+  if (answer.verdict == media::Verdict::noDuration) {
+    // A recording whose header is not written yet: the time the recorder has been
+    // writing it, if the clocks agree.
+    const std::int64_t written = mtime - startTime;
+    if (written >= 0 && written <= media::kMaxSeconds) return written;
+  }
+  return 0;
+}
+
 }  // namespace detail
 
 std::string FileInfo::getName() { return std::string(detail::fileStem(fileName)); }
@@ -77,9 +93,6 @@ int dirFdOf(const detail::FileEntry& entry) {
   return entry.folder && entry.folder->dir ? entry.folder->dir->get() : AT_FDCWD;
 }
 
-// Non-blocking: a FIFO put where a recording was must not hang the listing.
-constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-
 }  // namespace
 
 bool FileInfo::refresh() {
@@ -94,7 +107,7 @@ bool FileInfo::refresh() {
 }
 
 bool FileInfo::openRegular() {
-  const int fd = openat(dirFdOf(*entry_), fileName.c_str(), kOpenFlags);
+  const int fd = openat(dirFdOf(*entry_), fileName.c_str(), detail::kOpenFlags);
   if (fd < 0) return false;
   struct stat st;
   if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
@@ -128,16 +141,9 @@ std::int64_t FileInfo::getDuration() {
   if (file_.get() < 0) openRegular();
   if (file_.get() < 0) return duration_;
   const media::Answer answer =
-      readDuration(file_.get(), std::uint64_t(size_), detail::fileExtension(fileName));
+      detail::readDuration(file_.get(), std::uint64_t(size_), detail::fileExtension(fileName));
   file_.reset();
-  if (answer.verdict == media::Verdict::duration) {
-    duration_ = answer.seconds;
-  } else if (answer.verdict == media::Verdict::noDuration) {
-    // A recording whose header is not written yet: the time the recorder has been
-    // writing it, if the clocks agree.
-    const std::int64_t written = mtime_ - entry_->startTime;
-    if (written >= 0 && written <= media::kMaxSeconds) duration_ = written;
-  }
+  duration_ = detail::reportedDuration(answer, mtime_, entry_->startTime);
   return duration_;
 }
 
