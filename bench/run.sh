@@ -44,7 +44,7 @@ else
   fi
   bin=$build/src/main/archive
 fi
-cc -O2 -Wall -Wextra -o "$out/floor" "$root/bench/floor.c"
+cc -O2 -Wall -Wextra -o "$out/floor" "$root/bench/floor.c" -luring
 floor=$out/floor
 
 # The archive: generated once, kept between runs. bench.env is written last, so a folder

@@ -1,6 +1,6 @@
 // The two ways a listing reads headers, batches through io_uring and one file after
 // another (ARCHIVE_IO_URING=0), give the same bytes: on the example device, and on a
-// recorder with enough recordings for several batches, read partly in the background.
+// recorder with enough recordings for several batches.
 #include <filesystem>
 #include <string>
 #include <vector>

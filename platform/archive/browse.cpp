@@ -147,48 +147,14 @@ class Walk {
 
 const FileEntry kNoEntry;  // what the reused FileInfos stand for before their first file
 
-// Files read ahead together, in browse order, and the next of them to hand on.
-struct Batch {
-  std::vector<ReadItem> items;
-  std::vector<const FileEntry*> entries;
-  std::size_t next = 0;
-
-  // Makes this the batch of `from`, for reading.
-  void fill(const std::vector<const FileEntry*>& from) {
-    entries = from;
-    items.resize(entries.size());
-    for (std::size_t i = 0; i < items.size(); ++i) {
-      const FileEntry& e = *entries[i];
-      ReadItem& item = items[i];
-      item.dirFd = e.folder->dir->get();
-      item.name.clear();
-      e.folder->appendName(e, item.name);
-      item.extension.assign(fileExtension(item.name));
-      item.startTime = e.startTime;
-      item.ready = false;
-    }
-    next = 0;
-  }
-  bool startsWith(const FileEntry& entry) const {
-    return !entries.empty() && entries.front() == &entry;
-  }
-};
-
 // Hands entries on unless they vanished. A listing that shows durations reads every
 // file's header anyway: once the callback has asked for one, later files are read ahead
-// in batches where io_uring is offered (the next batch on the reader's thread while this
-// one is handed on), else opened and fstat'ed in place of a stat by name and a second
-// lookup to open them. Counting only stats.
+// in batches where io_uring is offered, else opened and fstat'ed in place of a stat by
+// name and a second lookup to open them. Counting only stats.
 class HandOn {
  public:
   HandOn(const std::function<bool(FileInfo&)>& callback, Walk& walk)
       : callback_(callback), walk_(walk) {}
-  ~HandOn() {
-    if (coming_) reader_->finish();  // it reads into coming_'s buffers
-  }
-  HandOn(const HandOn&) = delete;
-  HandOn& operator=(const HandOn&) = delete;
-
   // False when the callback asks to stop; *handed: the file was there. `wanted`: how
   // many more files may be handed on (0 = no limit).
   bool operator()(const FileEntry& entry, unsigned long wanted, bool* handed) {
@@ -212,61 +178,41 @@ class HandOn {
   }
 
  private:
-  // What was read ahead for `entry` (just taken from the walk): from this batch, else
-  // from the one read in the background, else from a batch read now. Null without a
-  // reader.
+  // What was read ahead for `entry`, reading the next batch when it is not in this one;
+  // null without a reader.
   const ReadItem* readAhead(const FileEntry& entry, unsigned long wanted) {
-    if (!reader_) return nullptr;
-    Batch& batch = batches_[current_];
-    if (batch.next < batch.entries.size() && batch.entries[batch.next] == &entry)
-      return &batch.items[batch.next++];
-    if (coming_) {
-      reader_->finish();
-      coming_ = false;
-      current_ ^= 1;
+    if (!reader_ || !reader_->usable()) return nullptr;
+    if (batchNext_ < batch_.size() && batchEntries_[batchNext_] == &entry)
+      return &batch_[batchNext_++];
+    // A batch of this file and those after it, no more than the listing may hand on.
+    const std::size_t size = wanted == 0 ? ReadAhead::kBatch
+                                         : std::min<std::size_t>(ReadAhead::kBatch, wanted);
+    walk_.ahead(size - 1, batchEntries_);
+    batchEntries_.insert(batchEntries_.begin(), &entry);
+    batch_.resize(batchEntries_.size());
+    for (std::size_t i = 0; i < batch_.size(); ++i) {
+      const FileEntry& e = *batchEntries_[i];
+      ReadItem& item = batch_[i];
+      item.dirFd = e.folder->dir->get();
+      item.name.clear();
+      e.folder->appendName(e, item.name);
+      item.extension.assign(fileExtension(item.name));
+      item.startTime = e.startTime;
+      item.ready = false;
     }
-    if (!reader_->usable()) return nullptr;
-    Batch& next = batches_[current_];
-    if (!next.startsWith(entry)) {
-      // A batch of this file and those after it, no more than the listing may hand on.
-      walk_.ahead(batchSize(wanted) - 1, ahead_);
-      ahead_.insert(ahead_.begin(), &entry);
-      next.fill(ahead_);
-      reader_->read(next.items);
-    }
-    next.next = 1;
-    readNext(next, wanted);
-    return &next.items[0];
-  }
-
-  // Starts reading the batch after `batch` (whose first file is taken) in the
-  // background, within what the listing may still hand on.
-  void readNext(const Batch& batch, unsigned long wanted) {
-    const std::size_t rest = batch.entries.size() - 1;  // not taken yet
-    if (wanted != 0 && wanted <= batch.entries.size()) return;
-    const std::size_t size = batchSize(wanted == 0 ? 0 : wanted - batch.entries.size());
-    walk_.ahead(rest + size, ahead_);
-    if (ahead_.size() <= rest) return;
-    ahead_.erase(ahead_.begin(), ahead_.begin() + std::ptrdiff_t(rest));
-    Batch& coming = batches_[current_ ^ 1];
-    coming.fill(ahead_);
-    reader_->start(coming.items);
-    coming_ = true;
-  }
-
-  static std::size_t batchSize(unsigned long wanted) {
-    return wanted == 0 ? ReadAhead::kBatch : std::min<std::size_t>(ReadAhead::kBatch, wanted);
+    reader_->read(batch_);
+    batchNext_ = 1;
+    return &batch_[0];
   }
 
   const std::function<bool(FileInfo&)>& callback_;
   Walk& walk_;
   FileInfo info_{kNoEntry};
   bool openFirst_ = false;
-  Batch batches_[2];      // the one handed on, and the next one
-  std::size_t current_ = 0;
-  bool coming_ = false;   // the reader's thread is reading batches_[current_ ^ 1]
-  std::vector<const FileEntry*> ahead_;
   std::unique_ptr<ReadAhead> reader_;  // once durations are asked, where io_uring serves
+  std::vector<ReadItem> batch_;        // the batch read last
+  std::vector<const FileEntry*> batchEntries_;
+  std::size_t batchNext_ = 0;          // the next of batch_ to hand on
 };
 
 }  // namespace

@@ -44,56 +44,7 @@ struct ReadAhead::Ring {
 };
 
 ReadAhead::ReadAhead(std::unique_ptr<Ring> ring) : ring_(std::move(ring)) {}
-
-ReadAhead::~ReadAhead() {
-  if (!thread_.joinable()) return;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    quit_ = true;
-  }
-  changed_.notify_all();
-  thread_.join();  // after the batch in hand, if any
-}
-
-void ReadAhead::start(std::vector<ReadItem>& items) {
-  if (!thread_.joinable()) thread_ = std::thread([this] { serve(); });
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    job_ = &items;
-    busy_ = true;
-  }
-  changed_.notify_all();
-}
-
-void ReadAhead::finish() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  changed_.wait(lock, [this] { return !busy_; });
-}
-
-void ReadAhead::serve() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  for (;;) {
-    changed_.wait(lock, [this] { return quit_ || job_; });
-    if (!job_) return;
-    std::vector<ReadItem>& items = *job_;
-    lock.unlock();
-    readAll(items);
-    lock.lock();
-    job_ = nullptr;
-    busy_ = false;
-    changed_.notify_all();
-  }
-}
-
-void ReadAhead::readAll(std::vector<ReadItem>& items) {
-  // Nothing may escape a thread: a batch that fails (memory) is left to the plain path.
-  try {
-    read(items);
-  } catch (...) {
-    usable_ = false;
-    for (ReadItem& item : items) item.ready = false;
-  }
-}
+ReadAhead::~ReadAhead() = default;
 
 std::unique_ptr<ReadAhead> ReadAhead::create() {
   const char* setting = std::getenv("ARCHIVE_IO_URING");

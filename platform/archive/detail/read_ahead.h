@@ -5,12 +5,8 @@
 // after another as before.
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <thread>
 #include <string>
 #include <vector>
 
@@ -45,28 +41,15 @@ class ReadAhead {
   // Reads each item (at most kBatch): open, fstat, the ranges the media parsers ask
   // for, close. The results are those the plain path gives for each file read alone.
   void read(std::vector<ReadItem>& items);
-  // The same on the reader's own thread, while the caller hands on what was read
-  // before: the system calls of one batch overlap the formatting of the last. finish()
-  // waits until `items` are read; one batch at a time.
-  void start(std::vector<ReadItem>& items);
-  void finish();
   // False once the kernel refused an operation: the caller reads one file after another.
   bool usable() const { return usable_; }
 
  private:
   struct Ring;
   explicit ReadAhead(std::unique_ptr<Ring> ring);
-  void readAll(std::vector<ReadItem>& items);
-  void serve();
 
   std::unique_ptr<Ring> ring_;
-  std::atomic<bool> usable_{true};  // written by the reader's thread too
-  // The thread, started with the first batch handed to it, and the batch it reads.
-  std::thread thread_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<ReadItem>* job_ = nullptr;
-  bool busy_ = false, quit_ = false;
+  bool usable_ = true;
 };
 
 }  // namespace archive::detail
