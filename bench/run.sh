@@ -86,6 +86,7 @@ add getdents "floor getdents"                "$floor getdents $dirs"
 add fstat   "floor stat"                     "$floor stat $dirs"
 add fread   "floor read"                     "$floor read $dirs"
 add fseq    "floor seq"                      "$floor seq $dirs"
+add furing  "floor uring"                    "$floor uring $dirs"
 # The library reads one file after another where io_uring is missing or refused; the
 # variable forces that path.
 add lsseq   "archive ls all (sequential)"    "ARCHIVE_IO_URING=0 $bin ls all"
@@ -191,6 +192,7 @@ verdict() {  # value limit [failed-key]; a limit of "-" is shown for information
       "$(awk -v r="${rss[$k]}" -v n="$LISTED" 'BEGIN {printf "%.1f", r * 1024 / n}')" 48 "" \
       "$(verdict "$(awk -v r="${rss[$k]}" -v n="$LISTED" 'BEGIN {printf "%.1f", r * 1024 / n}')" 48 "$k")"
   done
+  target "io_uring floor / sequential floor (info)" furing fseq -
   target "sequential listing / sequential floor" lsseq fseq    -
   target "sequential JSON / sequential floor"    jsonseq fseq  -
   if [ -n "${BENCH_BASE_BIN:-}" ]; then

@@ -1,6 +1,8 @@
 // Parsing of recording file names; see docs/archive-layout.md for the rules.
 #include "archive/detail/file_name.h"
 
+#include <cstring>
+
 namespace archive::detail {
 
 std::int64_t daysFromCivil(std::int64_t year, unsigned month, unsigned day) {
@@ -93,17 +95,24 @@ bool formatStartToken(std::int64_t time, char* out) {
   const std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
   const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
   if (year < 0 || year > 9999) return false;
-  auto put = [&out](std::int64_t value, int width) {
-    for (int i = width - 1; i >= 0; --i, value /= 10) out[i] = char('0' + value % 10);
-    out += width;
+  // Two digits at a time: every name handed on is rebuilt from its token, so this runs
+  // once per file of a listing or a count.
+  static constexpr char kPairs[] =
+      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+      "8081828384858687888990919293949596979899";
+  auto put = [&out](std::int64_t value) {
+    std::memcpy(out, kPairs + 2 * value, 2);
+    out += 2;
   };
-  put(year, 4);
-  put(month, 2);
-  put(day, 2);
+  put(year / 100);
+  put(year % 100);
+  put(month);
+  put(day);
   *out++ = 'T';
-  put(seconds / 3600, 2);
-  put(seconds / 60 % 60, 2);
-  put(seconds % 60, 2);
+  put(seconds / 3600);
+  put(seconds / 60 % 60);
+  put(seconds % 60);
   *out = 'Z';
   return true;
 }
