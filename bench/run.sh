@@ -10,6 +10,7 @@
 #   BENCH_BUILD      build folder of the tool            (build-bench)
 #   BENCH_BUILD_TYPE CMake build type                    (RelWithDebInfo)
 #   BENCH_BIN        an `archive` binary to time instead of building one
+#   BENCH_BASE_BIN   an earlier `archive` binary, timed in the same run as "before"
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 files=${BENCH_FILES:-1000000}
@@ -43,7 +44,7 @@ else
   fi
   bin=$build/src/main/archive
 fi
-cc -O2 -Wall -Wextra -o "$out/floor" "$root/bench/floor.c"
+cc -O2 -Wall -Wextra -o "$out/floor" "$root/bench/floor.c" -luring
 floor=$out/floor
 
 # The archive: generated once, kept between runs. bench.env is written last, so a folder
@@ -84,7 +85,20 @@ add findsum "find -printf %s | awk"          "find $dirs -maxdepth 1 -type f -pr
 add getdents "floor getdents"                "$floor getdents $dirs"
 add fstat   "floor stat"                     "$floor stat $dirs"
 add fread   "floor read"                     "$floor read $dirs"
-tool_keys="ls20 lsday lsall lsjson stat"
+add fseq    "floor seq"                      "$floor seq $dirs"
+add furing  "floor uring"                    "$floor uring $dirs"
+# The library reads one file after another where io_uring is missing or refused; the
+# variable forces that path.
+add lsseq   "archive ls all (sequential)"    "ARCHIVE_IO_URING=0 $bin ls all"
+add jsonseq "archive ls --json all (sequential)" "ARCHIVE_IO_URING=0 $bin ls --json all"
+tool_keys="ls20 lsday lsall lsjson stat lsseq jsonseq"
+if [ -n "${BENCH_BASE_BIN:-}" ]; then
+  add b_ls20  "before: ls --limit 20 all"    "$BENCH_BASE_BIN ls --limit 20 all"
+  add b_lsall "before: ls all"               "$BENCH_BASE_BIN ls all"
+  add b_json  "before: ls --json all"        "$BENCH_BASE_BIN ls --json all"
+  add b_stat  "before: stat all"             "$BENCH_BASE_BIN stat all"
+  tool_keys="$tool_keys b_ls20 b_lsall b_json b_stat"
+fi
 
 echo "== warming the cache"
 "$floor" read $dirs >/dev/null
@@ -105,6 +119,9 @@ check "one day, names" \
   "$("$bin" ls --st-range "$DAY_LO,$DAY_HI" all 2>/dev/null | names | md5sum | cut -c1-8)" \
   "$(find $dirs -maxdepth 1 -type f -name "*_${DAY_NAME}T*" -printf '%f\n' | sort | md5sum | cut -c1-8)"
 check "full listing, lines" "$("$bin" ls all 2>/dev/null | wc -l)" "$LISTED"
+check "full listing, sequential = read ahead" \
+  "$(ARCHIVE_IO_URING=0 "$bin" ls all 2>/dev/null | md5sum | cut -c1-8)" \
+  "$("$bin" ls all 2>/dev/null | md5sum | cut -c1-8)"
 echo "      stat all:  $("$bin" stat all 2>&1 | tr '\n\t' '  ')"
 echo "      find/awk:  $(bash -c "${cmd[findsum]}")  (archive folders only; stat also counts the queue)"
 
@@ -166,22 +183,34 @@ verdict() {  # value limit [failed-key]; a limit of "-" is shown for information
     r=$(ratio "$2" "$3")
     printf '%-46s %6s %6s %6s  %s\n' "$1" "$r" "$4" "$(cpu_ratio "$2" "$3")" "$(verdict "$r" "$4" "$2")"
   }
-  target "newest 20 / find pipeline"            ls20  find20   0.30
+  target "full listing / sequential floor"      lsall fseq     0.60
+  target "full listing JSON / sequential floor" lsjson fseq    0.70
+  target "counting / stat floor"                stat  fstat    1.10
   target "newest 20 / getdents floor"           ls20  getdents 2.00
+  for k in ls20 lsall lsjson stat; do
+    printf '%-46s %6s %6s %6s  %s\n' "bytes/file at peak, ${label[$k]#archive }" \
+      "$(awk -v r="${rss[$k]}" -v n="$LISTED" 'BEGIN {printf "%.1f", r * 1024 / n}')" 48 "" \
+      "$(verdict "$(awk -v r="${rss[$k]}" -v n="$LISTED" 'BEGIN {printf "%.1f", r * 1024 / n}')" 48 "$k")"
+  done
+  target "io_uring floor / sequential floor (info)" furing fseq -
+  target "sequential listing / sequential floor" lsseq fseq    -
+  target "sequential JSON / sequential floor"    jsonseq fseq  -
+  if [ -n "${BENCH_BASE_BIN:-}" ]; then
+    target "sequential listing / before"        lsseq b_lsall  1.00
+    target "sequential JSON / before"           jsonseq b_json 1.00
+    target "counting / before"                  stat  b_stat   1.00
+    target "newest 20 / before"                 ls20  b_ls20   1.00
+    target "before: listing / sequential floor (info)" b_lsall fseq -
+    target "before: JSON / sequential floor (info)"    b_json fseq -
+  fi
+  echo
+  echo "earlier targets"
+  target "newest 20 / find pipeline"            ls20  find20   0.30
   target "one day / find -newermt pipeline"     lsday findday  0.30
   target "one day / find -name pipeline (info)" lsday findname -
   target "counting / find+awk"                  stat  findsum  1.20
-  target "counting / stat floor"                stat  fstat    1.30
-  target "full listing / open-and-read floor"   lsall fread    1.50
-  target "full listing JSON / open-and-read floor" lsjson fread 1.50
+  target "full listing / open-and-read floor (info)" lsall fread -
   target "full listing / find+sort (info)"      lsall findall  -
-  limit_kib=$(awk -v n="$LISTED" 'BEGIN {printf "%d", (64 * n + 16 * 1048576) / 1024}')
-  for k in $tool_keys; do
-    printf '%-46s %6s %6s %6s  %s\n' "peak MiB of ${label[$k]#archive }" \
-      "$(awk -v r="${rss[$k]}" 'BEGIN {printf "%.1f", r / 1024}')" \
-      "$(awk -v l="$limit_kib" 'BEGIN {printf "%.1f", l / 1024}')" "" \
-      "$(verdict "${rss[$k]}" "$limit_kib" "$k")"
-  done
 } | tee "$out/results.txt"
 echo
 echo "(table saved in bench/out/results.txt; the archive stays in $dir: rm -rf it when done)"

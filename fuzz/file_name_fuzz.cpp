@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "archive/file_name.h"
+#include "archive/detail/file_name.h"
 
 namespace {
 bool within(std::string_view part, std::string_view whole) {

@@ -2,7 +2,11 @@
 // scanning the archive's folders (see docs/archive-layout.md).
 #include "archive/archive.h"
 
-#include "archive/folder_scan.h"
+#include "archive/detail/dir_reader.h"
+#include "archive/detail/folder_scan.h"
+#include "archive/detail/folder_store.h"
+#include "archive/detail/markers.h"
+#include "archive/detail/selection.h"
 
 namespace archive {
 

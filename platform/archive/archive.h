@@ -48,15 +48,37 @@ namespace detail {
 struct Folder;  // one scanned folder: owner, path, name store
 struct FileInfoAccess;
 
-// One gathered recording. Compact on purpose (an archive holds half a million): the
-// name lives in the folder's name store; size, duration and the like are read only
+// An open file descriptor, closed with its owner. A copy owns nothing: it does not share
+// the original's open file.
+class FileHandle {
+ public:
+  FileHandle() = default;
+  FileHandle(const FileHandle&) noexcept {}
+  FileHandle& operator=(const FileHandle& other) noexcept {
+    if (this != &other) reset();
+    return *this;
+  }
+  ~FileHandle() { reset(); }
+  int get() const { return fd_; }
+  // Closes the descriptor held, then holds `fd` (-1: none).
+  void reset(int fd = -1) noexcept;
+
+ private:
+  int fd_ = -1;
+};
+
+// One gathered recording. Compact on purpose (an archive holds half a million): a name
+// that follows the start-token pattern is not stored whole (its token is the start time,
+// the text around it is shared by the folder's names; only an event id is stored), the
+// others live in the folder's name store; size, duration and the like are read only
 // when the file is handed on. 24 bytes on a 64-bit system.
 struct FileEntry {
   const Folder* folder = nullptr;
   std::int64_t startTime = 0;    // seconds since the epoch, UTC
-  std::uint32_t nameOffset = 0;  // into folder->names
+  std::uint32_t nameOffset = 0;  // of the stored part, into folder->names
   std::uint16_t nameLength = 0;
-  std::uint8_t flags = 0;        // EntryFlag bits known when gathered (folder_scan.h)
+  std::uint8_t flags = 0;        // EntryFlag bits known when gathered (detail/markers.h)
+  std::uint8_t shape = 0;        // 0: the stored part is the name, else see Folder
 };
 }  // namespace detail
 
@@ -65,10 +87,6 @@ struct FileEntry {
 class FileInfo {
  public:
   FileInfo(const detail::FileEntry& entry);
-  // A copy does not share the original's open file (it opens its own when asked).
-  FileInfo(const FileInfo& other);
-  FileInfo& operator=(const FileInfo& other);
-  ~FileInfo();
 
   std::string getName();     // the file name without its extension
   std::string getEventId();  // the event id of the name, or empty
@@ -94,17 +112,18 @@ class FileInfo {
   // open for getDuration(), which then needs no second lookup.
   bool refresh();
   bool openAndRefresh();
-  // Opens a regular file into fd_ (closed before) and reads size and modification time
+  // Opens a regular file into file_ (closed before) and reads size and modification time
   // from it; false, with nothing changed, when it cannot be opened or is not regular.
   bool openRegular();
   // Makes this the FileInfo of `entry`, as if newly made (reusing the name's buffer).
   void reset(const detail::FileEntry& entry);
-  void closeFile();
+  // What was read ahead of the hand-on: size, modification time and duration.
+  void preset(std::int64_t size, std::int64_t mtime, std::int64_t duration);
   // Whether the file carries marker `flag`; one lookup gives every flag read so far.
   bool hasFlag(std::uint8_t flag);
 
   const detail::FileEntry* entry_;
-  int fd_ = -1;                 // the open file, or -1
+  detail::FileHandle file_;     // open between the hand-on and getDuration() (a copy opens its own)
   bool read_ = false;           // size_ and mtime_ were read (or found missing)
   std::int64_t size_ = -1;      // -1: the file was missing
   std::int64_t mtime_ = 0;      // valid when size_ >= 0

@@ -14,7 +14,6 @@
 #include <string>
 
 #include "archive/archive.h"
-#include "archive/folder_scan.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -136,6 +137,21 @@ TEST(ArchiveLayoutTest, NamesWithoutValidTokenStartAtTheirModificationTime) {
   ASSERT_EQ(names(files), (Names{"a_20240230T120000Z.mp4", "CAM0001.MP4"}));
   EXPECT_EQ(files[0].start, 1500000000);
   EXPECT_EQ(files[1].start, 1600000000);
+}
+
+// Names are kept as the text around their token; each must come back exactly, also when
+// a folder holds more shapes than it keeps.
+TEST(ArchiveLayoutTest, NamesComeBackExactlyWhateverTheirShape) {
+  TempDir dir;
+  Names written = {"x_20240301T140000Z", "a.b_20240301T140000Z.c.mp4", "20240301T140000Z.ts",
+                   "p_20240301T140000Z_20240301T150000Z_e.mp4", "q20240301T140000Zr.MP4",
+                   "y_00000101T000000Z.mp4", "y_99991231T235959Z.mp4", "z_20240301T140000Z."};
+  for (int i = 0; i < 300; ++i) written.push_back("c" + std::to_string(i) + "_20240301T140000Z.mp4");
+  for (const std::string& name : written) addRecording(dir.path(), name, 0);
+  Names got = names(gather(Archive("1", "VGA", "", dir.path(), "")));
+  std::sort(written.begin(), written.end());
+  std::sort(got.begin(), got.end());
+  EXPECT_EQ(got, written);
 }
 
 TEST(ArchiveLayoutTest, HiddenNamesSubfoldersAndDanglingLinksAreNotRecordings) {

@@ -1,10 +1,14 @@
 // browseFileEntries: filter, order (a partial sort when a limit is given), page, and
-// stat only the files handed on.
+// read only the files handed on: stat them, or once the listing asks for durations,
+// read their headers ahead in batches (detail/read_ahead.h).
 #include <algorithm>
+#include <string>
 #include <vector>
 
 #include "archive/archive.h"
-#include "archive/folder_scan.h"
+#include "archive/detail/file_name.h"
+#include "archive/detail/folder_store.h"
+#include "archive/detail/read_ahead.h"
 
 namespace archive {
 namespace detail {
@@ -14,48 +18,201 @@ struct FileInfoAccess {
   static bool refresh(FileInfo& info) { return info.refresh(); }
   static bool openAndRefresh(FileInfo& info) { return info.openAndRefresh(); }
   static bool durationRead(const FileInfo& info) { return info.duration_ >= 0; }
+  static void preset(FileInfo& info, const ReadItem& item) {
+    info.preset(item.size, item.mtime, item.duration);
+  }
 };
 
 namespace {
 
-// Start time, then file name (bytes), then gathering order (folders are numbered as
-// they are made, and a folder's names are stored in the order they were gathered), so
-// that the order is total and no index needs to be kept beside the entries.
-bool timeLess(const FileEntry* a, const FileEntry* b) {
-  if (a->startTime != b->startTime) return a->startTime < b->startTime;
-  const int c = a->folder->nameOf(*a).compare(b->folder->nameOf(*b));
-  if (c != 0) return c < 0;
-  if (a->folder->sequence != b->folder->sequence)
-    return a->folder->sequence < b->folder->sequence;
-  return a->nameOffset < b->nameOffset;
+// Start time, then file name (bytes), then gathering order across folders (by where
+// each folder's first entry was put; one folder holds a name once), so that the order is
+// total: a partial sort then yields exactly the slice of a full sort. Names are rebuilt
+// only for equal start times, into buffers kept from call to call.
+class TimeLess {
+ public:
+  bool operator()(const FileEntry& a, const FileEntry& b) const {
+    if (a.startTime != b.startTime) return a.startTime < b.startTime;
+    nameA_.clear();
+    nameB_.clear();
+    a.folder->appendName(a, nameA_);
+    b.folder->appendName(b, nameB_);
+    const int c = nameA_.compare(nameB_);
+    if (c != 0) return c < 0;
+    return a.folder->position < b.folder->position;
+  }
+
+ private:
+  mutable std::string nameA_, nameB_;
+};
+
+// Puts the smallest entries of [from, end) in order into [from, to); the rest stays
+// behind, none smaller. Called again for the next part when vanished files used up the
+// part sorted so far.
+template <class It, class Less>
+void sortPrefix(It from, It to, It end, const Less& less) {
+  if (to == end) {
+    std::sort(from, end, less);
+  } else {
+    // The first ones to the front in linear time, then sort just them.
+    std::nth_element(from, to, end, less);
+    std::sort(from, to, less);
+  }
 }
 
-bool rtimeLess(const FileEntry* a, const FileEntry* b) { return timeLess(b, a); }
+using Entries = std::deque<FileEntry>;
+
+// The entries to hand on, in order, after the first `start` that pass the filter. The
+// ones ahead can be looked at before they are taken (for reading them ahead); each entry
+// meets the filter once.
+class Walk {
+ public:
+  Walk(Entries& entries, BrowseSortOrder order, unsigned long start,
+       const std::function<bool(const FileEntry&)>& passes)
+      : passes_(passes), sorting_(order == BrowseSortOrder::time || order == BrowseSortOrder::rtime),
+        reverse_(order == BrowseSortOrder::rtime), first_(entries.begin()), end_(entries.end()) {
+    if (!sorting_) {
+      for (unsigned long skipped = 0; skipped < start && first_ != end_; ++first_)
+        if (passes_(*first_)) ++skipped;
+      return;
+    }
+    // The entries are ordered where they lie: no second array. Those the filter passes
+    // go to the front first (their order does not matter: the sort's order is total).
+    end_ = std::partition(entries.begin(), entries.end(), passes_);
+    count_ = std::size_t(end_ - first_);
+    next_ = std::min<std::size_t>(start, count_);
+  }
+
+  // Sorts up to `wanted` entries (counted from the first of all) if not done yet.
+  void sortUpTo(std::size_t wanted) {
+    wanted = std::min(wanted, count_);
+    if (!sorting_ || wanted <= sorted_) return;
+    if (reverse_)
+      sortPrefix(first_ + sorted_, first_ + wanted, end_,
+                 [this](const FileEntry& a, const FileEntry& b) { return less_(b, a); });
+    else
+      sortPrefix(first_ + sorted_, first_ + wanted, end_, less_);
+    sorted_ = wanted;
+  }
+
+  // The next entry, or null at the end.
+  const FileEntry* take() {
+    if (!fill(1)) return nullptr;
+    return sorting_ ? &first_[next_++] : queue_[queueHead_++];
+  }
+
+  // Up to `max` of the entries not taken yet, in order.
+  void ahead(std::size_t max, std::vector<const FileEntry*>& out) {
+    out.clear();
+    fill(max);
+    if (sorting_) {
+      for (std::size_t i = next_; i < std::min(sorted_, next_ + max); ++i)
+        out.push_back(&first_[i]);
+    } else {
+      for (std::size_t i = queueHead_; i < std::min(queue_.size(), queueHead_ + max); ++i)
+        out.push_back(queue_[i]);
+    }
+  }
+
+ private:
+  // Makes `n` entries ready to take, if there are so many; false when none is left.
+  bool fill(std::size_t n) {
+    if (sorting_) {
+      // At least 16 at a time, so that a page cut short by vanished files is extended
+      // without a sort per entry.
+      if (next_ + n > sorted_) sortUpTo(next_ + std::max<std::size_t>(n, 16));
+      return next_ < sorted_;
+    }
+    if (queueHead_ == queue_.size()) {
+      queue_.clear();
+      queueHead_ = 0;
+    }
+    while (queue_.size() - queueHead_ < n && first_ != end_) {
+      const FileEntry& entry = *first_++;
+      if (passes_(entry)) queue_.push_back(&entry);
+    }
+    return queueHead_ < queue_.size();
+  }
+
+  const std::function<bool(const FileEntry&)>& passes_;
+  const bool sorting_, reverse_;
+  Entries::iterator first_, end_;
+  // Sorted: [0, count_) passed the filter, [0, sorted_) is in order, next_ is next.
+  std::size_t count_ = 0, sorted_ = 0, next_ = 0;
+  const TimeLess less_;
+  // No order: the entries found to pass and not yet taken, from queueHead_ on.
+  std::vector<const FileEntry*> queue_;
+  std::size_t queueHead_ = 0;
+};
 
 const FileEntry kNoEntry;  // what the reused FileInfos stand for before their first file
 
-// Hands entries on unless they vanished. A listing that shows durations opens every
-// file anyway: once the callback has asked for one, later files are opened and fstat'ed
-// in place of a stat by name and a second lookup to open them. Counting only stats.
+// Hands entries on unless they vanished. A listing that shows durations reads every
+// file's header anyway: once the callback has asked for one, later files are read ahead
+// in batches where io_uring is offered, else opened and fstat'ed in place of a stat by
+// name and a second lookup to open them. Counting only stats.
 class HandOn {
  public:
-  explicit HandOn(const std::function<bool(FileInfo&)>& callback) : callback_(callback) {}
-  // False when the callback asks to stop; *handed: the file was there.
-  bool operator()(const FileEntry& entry, bool* handed) {
+  HandOn(const std::function<bool(FileInfo&)>& callback, Walk& walk)
+      : callback_(callback), walk_(walk) {}
+  // False when the callback asks to stop; *handed: the file was there. `wanted`: how
+  // many more files may be handed on (0 = no limit).
+  bool operator()(const FileEntry& entry, unsigned long wanted, bool* handed) {
     // One FileInfo for all: its name keeps its buffer from file to file.
     FileInfoAccess::reset(info_, entry);
-    // false: vanished since it was gathered
-    *handed = openFirst_ ? FileInfoAccess::openAndRefresh(info_) : FileInfoAccess::refresh(info_);
+    const ReadItem* read = readAhead(entry, wanted);
+    if (read && read->ready) {
+      FileInfoAccess::preset(info_, *read);
+      *handed = true;
+    } else {
+      // false: vanished since it was gathered
+      *handed = openFirst_ ? FileInfoAccess::openAndRefresh(info_) : FileInfoAccess::refresh(info_);
+    }
     if (!*handed) return true;
     const bool more = callback_(info_);
-    if (FileInfoAccess::durationRead(info_)) openFirst_ = true;
+    if (FileInfoAccess::durationRead(info_) && !openFirst_) {
+      openFirst_ = true;
+      reader_ = ReadAhead::create();
+    }
     return more;
   }
 
  private:
+  // What was read ahead for `entry`, reading the next batch when it is not in this one;
+  // null without a reader.
+  const ReadItem* readAhead(const FileEntry& entry, unsigned long wanted) {
+    if (!reader_ || !reader_->usable()) return nullptr;
+    if (batchNext_ < batch_.size() && batchEntries_[batchNext_] == &entry)
+      return &batch_[batchNext_++];
+    // A batch of this file and those after it, no more than the listing may hand on.
+    const std::size_t size = wanted == 0 ? ReadAhead::kBatch
+                                         : std::min<std::size_t>(ReadAhead::kBatch, wanted);
+    walk_.ahead(size - 1, batchEntries_);
+    batchEntries_.insert(batchEntries_.begin(), &entry);
+    batch_.resize(batchEntries_.size());
+    for (std::size_t i = 0; i < batch_.size(); ++i) {
+      const FileEntry& e = *batchEntries_[i];
+      ReadItem& item = batch_[i];
+      item.dirFd = e.folder->dir->get();
+      item.name.clear();
+      e.folder->appendName(e, item.name);
+      item.extension.assign(fileExtension(item.name));
+      item.startTime = e.startTime;
+      item.ready = false;
+    }
+    reader_->read(batch_);
+    batchNext_ = 1;
+    return &batch_[0];
+  }
+
   const std::function<bool(FileInfo&)>& callback_;
+  Walk& walk_;
   FileInfo info_{kNoEntry};
   bool openFirst_ = false;
+  std::unique_ptr<ReadAhead> reader_;  // once durations are asked, where io_uring serves
+  std::vector<ReadItem> batch_;        // the batch read last
+  std::vector<const FileEntry*> batchEntries_;
+  std::size_t batchNext_ = 0;          // the next of batch_ to hand on
 };
 
 }  // namespace
@@ -67,62 +224,22 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
   // The filter sees every entry: it gets one FileInfo, reset for each, whose name is
   // copied into the same buffer, so asking it costs no allocation.
   FileInfo probe(kNoEntry);
-  auto passes = [&](const FileEntry& entry) {
+  const std::function<bool(const FileEntry&)> passes = [&](const FileEntry& entry) {
     if (!entry.folder) return false;
     if (!filtering) return true;
     FileInfoAccess::reset(probe, entry);
     return filter.predicate(probe);
   };
-  // Files skipped by `start` are not checked on disk: only files handed on cost a stat.
-  unsigned long skipped = 0, handed = 0;
-  HandOn handOn(callback);
-  auto visit = [&](const FileEntry& entry) {
-    if (skipped < start) {
-      ++skipped;
-      return true;
-    }
+  // Files skipped by `start` are not checked on disk: only files handed on are read.
+  Walk walk(entries, order, start, passes);
+  if (limit != 0) walk.sortUpTo(start + limit);  // a page: no sort of the whole set
+  else walk.sortUpTo(entries.size());
+  HandOn handOn(callback, walk);
+  unsigned long handed = 0;
+  while (const FileEntry* entry = walk.take()) {
     bool present = false;
-    if (!handOn(entry, &present)) return false;
-    return !(present && limit != 0 && ++handed == limit);
-  };
-
-  if (order != BrowseSortOrder::time && order != BrowseSortOrder::rtime) {
-    for (const FileEntry& entry : entries)
-      if (passes(entry) && !visit(entry)) return;
-    return;
-  }
-
-  // 8 bytes an entry; sized exactly when every entry passes, so no doubling.
-  std::vector<const FileEntry*> refs;
-  if (!filtering) refs.reserve(entries.size());
-  for (const FileEntry& entry : entries)
-    if (passes(entry)) refs.push_back(&entry);
-  if (start >= refs.size()) return;
-
-  // Sorted so far: [0, sorted). A partial sort leaves the rest no smaller than the
-  // sorted part, so when vanished files use up the sorted part it can be extended.
-  auto less = order == BrowseSortOrder::rtime ? rtimeLess : timeLess;
-  std::size_t sorted = 0;
-  auto sortUpTo = [&](std::size_t wanted) {
-    wanted = std::min(wanted, refs.size());
-    if (wanted <= sorted) return;
-    if (wanted == refs.size()) {
-      std::sort(refs.begin() + sorted, refs.end(), less);
-    } else if (sorted == 0) {
-      // The first `wanted` to the front in linear time, then sort just them.
-      std::nth_element(refs.begin(), refs.begin() + wanted, refs.end(), less);
-      std::sort(refs.begin(), refs.begin() + wanted, less);
-    } else {
-      std::partial_sort(refs.begin() + sorted, refs.begin() + wanted, refs.end(), less);
-    }
-    sorted = wanted;
-  };
-  sortUpTo(limit == 0 || limit > refs.size() - start ? refs.size() : start + limit);
-
-  skipped = start;
-  for (std::size_t i = start; i < refs.size(); ++i) {
-    if (i >= sorted) sortUpTo(i + std::max<std::size_t>(limit - handed, 16));
-    if (!visit(*refs[i])) return;
+    if (!handOn(*entry, limit == 0 ? 0 : limit - handed, &present)) return;
+    if (present && limit != 0 && ++handed == limit) return;
   }
 }
 

@@ -4,16 +4,48 @@
 #include <unistd.h>
 
 #include "archive/archive.h"
-#include "archive/file_name.h"
-#include "archive/folder_scan.h"
-#include "media/duration.h"
+#include "archive/detail/file_name.h"
+#include "archive/detail/folder_store.h"
+#include "archive/detail/markers.h"
+#include "archive/detail/header_read.h"
 
 namespace archive {
 
-namespace {
+FileInfo::FileInfo(const detail::FileEntry& entry) : entry_(&entry) { reset(entry); }
 
-// Asks the media parsers what they need and reads it with pread, until they answer.
-// A read error counts as the end of the file.
+void FileInfo::reset(const detail::FileEntry& entry) {
+  file_.reset();
+  entry_ = &entry;
+  fileName.clear();
+  owner = nullptr;
+  if (entry.folder) {
+    entry.folder->appendName(entry, fileName);
+    owner = entry.folder->owner;
+  }
+  deleted = (entry.flags & detail::kDeleted) != 0;
+  read_ = false;
+  size_ = -1;
+  mtime_ = 0;
+  duration_ = -1;
+  flags_ = 0;
+  flagsKnown_ = 0;
+}
+
+void FileInfo::preset(std::int64_t size, std::int64_t mtime, std::int64_t duration) {
+  file_.reset();
+  read_ = true;
+  size_ = size;
+  mtime_ = mtime;
+  duration_ = duration;
+}
+
+namespace detail {
+
+void FileHandle::reset(int fd) noexcept {
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = fd;
+}
+
 media::Answer readDuration(int fd, std::uint64_t size, std::string_view extension) {
   media::ByteWindows windows;
   media::ByteRange range = media::firstRange(size);
@@ -33,63 +65,19 @@ media::Answer readDuration(int fd, std::uint64_t size, std::string_view extensio
   }
 }
 
-}  // namespace
-
-FileInfo::FileInfo(const detail::FileEntry& entry) : entry_(&entry) { reset(entry); }
-
-void FileInfo::reset(const detail::FileEntry& entry) {
-  closeFile();
-  entry_ = &entry;
-  if (entry.folder) {
-    fileName.assign(entry.folder->nameOf(entry));
-    owner = entry.folder->owner;
-  } else {
-    fileName.clear();
-    owner = nullptr;
+std::int64_t reportedDuration(const media::Answer& answer, std::int64_t mtime,
+                              std::int64_t startTime) {
+  if (answer.verdict == media::Verdict::duration) return answer.seconds;
+  if (answer.verdict == media::Verdict::noDuration) {
+    // A recording whose header is not written yet: the time the recorder has been
+    // writing it, if the clocks agree.
+    const std::int64_t written = mtime - startTime;
+    if (written >= 0 && written <= media::kMaxSeconds) return written;
   }
-  deleted = (entry.flags & detail::kDeleted) != 0;
-  read_ = false;
-  size_ = -1;
-  mtime_ = 0;
-  duration_ = -1;
-  flags_ = 0;
-  flagsKnown_ = 0;
+  return 0;
 }
 
-FileInfo::FileInfo(const FileInfo& other)
-    : fileName(other.fileName),
-      deleted(other.deleted),
-      owner(other.owner),
-      entry_(other.entry_),
-      read_(other.read_),
-      size_(other.size_),
-      mtime_(other.mtime_),
-      duration_(other.duration_),
-      flags_(other.flags_),
-      flagsKnown_(other.flagsKnown_) {}
-
-FileInfo& FileInfo::operator=(const FileInfo& other) {
-  if (this == &other) return *this;
-  closeFile();
-  fileName = other.fileName;
-  deleted = other.deleted;
-  owner = other.owner;
-  entry_ = other.entry_;
-  read_ = other.read_;
-  size_ = other.size_;
-  mtime_ = other.mtime_;
-  duration_ = other.duration_;
-  flags_ = other.flags_;
-  flagsKnown_ = other.flagsKnown_;
-  return *this;
-}
-
-FileInfo::~FileInfo() { closeFile(); }
-
-void FileInfo::closeFile() {
-  if (fd_ >= 0) ::close(fd_);
-  fd_ = -1;
-}
+}  // namespace detail
 
 std::string FileInfo::getName() { return std::string(detail::fileStem(fileName)); }
 
@@ -105,9 +93,6 @@ int dirFdOf(const detail::FileEntry& entry) {
   return entry.folder && entry.folder->dir ? entry.folder->dir->get() : AT_FDCWD;
 }
 
-// Non-blocking: a FIFO put where a recording was must not hang the listing.
-constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-
 }  // namespace
 
 bool FileInfo::refresh() {
@@ -122,14 +107,14 @@ bool FileInfo::refresh() {
 }
 
 bool FileInfo::openRegular() {
-  const int fd = openat(dirFdOf(*entry_), fileName.c_str(), kOpenFlags);
+  const int fd = openat(dirFdOf(*entry_), fileName.c_str(), detail::kOpenFlags);
   if (fd < 0) return false;
   struct stat st;
   if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
     ::close(fd);
     return false;
   }
-  fd_ = fd;
+  file_.reset(fd);
   read_ = true;
   size_ = st.st_size;
   mtime_ = st.st_mtime;
@@ -137,7 +122,7 @@ bool FileInfo::openRegular() {
 }
 
 bool FileInfo::openAndRefresh() {
-  closeFile();
+  file_.reset();
   // A file that cannot be opened may still be listed: the stat by name decides.
   return openRegular() || refresh();
 }
@@ -153,19 +138,12 @@ std::int64_t FileInfo::getDuration() {
   if (duration_ >= 0) return duration_;
   duration_ = 0;
   // Not opened when handed on: open now, keeping what was read if that fails.
-  if (fd_ < 0) openRegular();
-  if (fd_ < 0) return duration_;
+  if (file_.get() < 0) openRegular();
+  if (file_.get() < 0) return duration_;
   const media::Answer answer =
-      readDuration(fd_, std::uint64_t(size_), detail::fileExtension(fileName));
-  closeFile();
-  if (answer.verdict == media::Verdict::duration) {
-    duration_ = answer.seconds;
-  } else if (answer.verdict == media::Verdict::noDuration) {
-    // A recording whose header is not written yet: the time the recorder has been
-    // writing it, if the clocks agree.
-    const std::int64_t written = mtime_ - entry_->startTime;
-    if (written >= 0 && written <= media::kMaxSeconds) duration_ = written;
-  }
+      detail::readDuration(file_.get(), std::uint64_t(size_), detail::fileExtension(fileName));
+  file_.reset();
+  duration_ = detail::reportedDuration(answer, mtime_, entry_->startTime);
   return duration_;
 }
 

@@ -1,5 +1,7 @@
 // Parsing of recording file names; see docs/archive-layout.md for the rules.
-#include "archive/file_name.h"
+#include "archive/detail/file_name.h"
+
+#include <cstring>
 
 namespace archive::detail {
 
@@ -25,8 +27,6 @@ std::string_view fileStem(std::string_view name) {
 }
 
 namespace {
-
-constexpr std::size_t kTokenLength = 16;  // YYYYMMDDTHHMMSSZ
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -67,6 +67,7 @@ NameParts parseFileName(std::string_view name) {
   for (std::size_t pos = 0; pos + kTokenLength <= stem.size(); ++pos) {
     if (!tokenAt(stem, pos, &parts.startTime)) continue;
     parts.hasToken = true;
+    parts.tokenOffset = pos;
     parts.prefix = stem.substr(0, pos);
     if (!parts.prefix.empty() && parts.prefix.back() == '_') parts.prefix.remove_suffix(1);
     parts.eventId = stem.substr(pos + kTokenLength);
@@ -75,6 +76,45 @@ NameParts parseFileName(std::string_view name) {
   }
   parts.startTime = 0;
   return parts;
+}
+
+bool formatStartToken(std::int64_t time, char* out) {
+  // The inverse of daysFromCivil (after H. Hinnant).
+  std::int64_t days = time / 86400, seconds = time % 86400;
+  if (seconds < 0) {
+    seconds += 86400;
+    --days;
+  }
+  days += 719468;
+  const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+  const std::int64_t doe = days - era * 146097;
+  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const std::int64_t mp = (5 * doy + 2) / 153;
+  const std::int64_t day = doy - (153 * mp + 2) / 5 + 1;
+  const std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
+  const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
+  if (year < 0 || year > 9999) return false;
+  // Two digits at a time: every name handed on is rebuilt from its token, so this runs
+  // once per file of a listing or a count.
+  static constexpr char kPairs[] =
+      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+      "8081828384858687888990919293949596979899";
+  auto put = [&out](std::int64_t value) {
+    std::memcpy(out, kPairs + 2 * value, 2);
+    out += 2;
+  };
+  put(year / 100);
+  put(year % 100);
+  put(month);
+  put(day);
+  *out++ = 'T';
+  put(seconds / 3600);
+  put(seconds / 60 % 60);
+  put(seconds % 60);
+  *out = 'Z';
+  return true;
 }
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {

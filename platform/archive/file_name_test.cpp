@@ -1,5 +1,5 @@
 // Tests of file-name parsing: start tokens, calendar checks, prefix, event id, extension.
-#include "archive/file_name.h"
+#include "archive/detail/file_name.h"
 
 #include <gtest/gtest.h>
 

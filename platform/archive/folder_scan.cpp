@@ -1,160 +1,28 @@
 // One pass over an archive folder with readdir; a stat only where the name alone
 // cannot tell (links, file systems without d_type, names without a start token).
-#include "archive/folder_scan.h"
+#include "archive/detail/folder_scan.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-#include <limits>
-#include <stdexcept>
-
-#include "archive/file_name.h"
+#include "archive/detail/dir_reader.h"
+#include "archive/detail/file_name.h"
+#include "archive/detail/folder_store.h"
+#include "archive/detail/markers.h"
+#include "archive/detail/selection.h"
 
 namespace archive::detail {
 
-namespace {
-
-[[noreturn]] void throwFolderError(const std::string& path, int error) {
-  throw std::runtime_error("cannot read archive folder " + path + ": " + std::strerror(error));
-}
-
-// An open folder; `open()` is false when it does not exist. The descriptor it reads
-// through is a duplicate of `kept` when one is given, so that `kept` outlives it.
-class DirReader {
- public:
-  explicit DirReader(const std::string& path, std::shared_ptr<const DirFd>* kept = nullptr)
-      : path_(path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
-      if (errno != ENOENT) throwFolderError(path, errno);
-      return;
-    }
-    int readFd = fd;
-    if (kept) {
-      *kept = std::make_shared<const DirFd>(fd);
-      readFd = fcntl(fd, F_DUPFD_CLOEXEC, 0);
-      if (readFd < 0) throwFolderError(path, errno);
-    }
-    dir_ = fdopendir(readFd);
-    if (!dir_) {
-      const int error = errno;
-      ::close(readFd);
-      throwFolderError(path, error);
-    }
-  }
-  ~DirReader() {
-    if (dir_) closedir(dir_);
-  }
-  DirReader(const DirReader&) = delete;
-  DirReader& operator=(const DirReader&) = delete;
-
-  bool open() const { return dir_ != nullptr; }
-  // The next entry other than "." and "..", or null at the end.
-  const dirent* next() {
-    for (;;) {
-      errno = 0;
-      const dirent* entry = readdir(dir_);
-      if (!entry) {
-        if (errno != 0) throwFolderError(path_, errno);
-        return nullptr;
-      }
-      if (entry->d_name[0] != '.') return entry;
-      // Names beginning with "." are marker folders, the trash or hidden files.
-    }
-  }
-
- private:
-  std::string path_;
-  DIR* dir_ = nullptr;
-};
-
-// The marker folders, by flag.
-struct MarkerFolder {
-  std::uint8_t flag;
-  const char* name;
-};
-constexpr MarkerFolder kMarkerFolders[] = {
-    {kInAFUQueue, "/.afu"}, {kLocked, "/.locked"},
-    {kDownloaded, "/.downloaded"}, {kRecording, "/.recording"}};
-
-// Numbers the folders in the order they are made: the gathering order across folders.
-std::uint64_t folderCount = 0;
-
-constexpr std::size_t kMaxStore = std::numeric_limits<std::uint32_t>::max();
-
-}  // namespace
-
-DirFd::~DirFd() {
-  if (fd_ >= 0) ::close(fd_);
-}
-
-bool openFolder(const std::string& path) { return DirReader(path).open(); }
-
-void Markers::check() const {
-  for (const MarkerFolder& folder : kMarkerFolders) openFolder(dir_ + folder.name);
-}
-
-void Markers::load(std::uint8_t flags) {
-  for (const MarkerFolder& folder : kMarkerFolders) {
-    if (!(flags & folder.flag) || (loaded_ & folder.flag)) continue;
-    DirReader reader(dir_ + folder.name);
-    if (reader.open()) {
-      while (const dirent* entry = reader.next()) {
-        names_.insert(entry->d_name, folder.flag);
-        carried_ |= folder.flag;
-      }
-    }
-    loaded_ |= folder.flag;
-  }
-}
-
-std::uint8_t Markers::flagsOf(std::string_view name, std::uint8_t wanted) {
-  if ((wanted & loaded_) != wanted) load(wanted);
-  // Asking only when some name carries a wanted flag spares the hash for most files.
-  if (!(wanted & carried_)) return 0;
-  return names_.bitsOf(name) & wanted;
-}
-
-bool Markers::anyCarries(std::uint8_t flag) {
-  load(flag);
-  return (carried_ & flag) != 0;
-}
-
-void Selection::setExtensions(const std::string& list) {
-  extensions.clear();
-  std::size_t begin = 0;
-  while (begin <= list.size()) {
-    std::size_t end = list.find(',', begin);
-    if (end == std::string::npos) end = list.size();
-    std::size_t b = begin, e = end;
-    while (b < e && (list[b] == ' ' || list[b] == '\t')) ++b;
-    while (e > b && (list[e - 1] == ' ' || list[e - 1] == '\t')) --e;
-    if (e > b) extensions.push_back(list.substr(b, e - b));
-    begin = end + 1;
-  }
-}
-
-bool Selection::passes(std::string_view name) const {
-  if (byPrefix && name.compare(0, prefix.size(), prefix) != 0) return false;
-  if (extensions.empty()) return true;
-  const std::string_view ext = fileExtension(name);
-  if (ext.empty()) return false;
-  for (const std::string& wanted : extensions)
-    if (equalsIgnoringCase(ext, wanted)) return true;
-  return false;
-}
-
 void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileEntry>& out) {
-  const std::string pathText = request.path.string();
-  std::shared_ptr<const DirFd> dir;
-  DirReader reader(pathText, &dir);
+  FolderOrigin origin;
+  origin.owner = request.owner;
+  origin.path = request.path;
+  origin.markers = request.markers;
+  DirReader reader(request.path.string(), &origin.dir);
   if (!reader.open()) return;
+  const int dirFd = origin.dir->get();
+  store.startFolder(std::move(origin));
 
-  Folder* folder = nullptr;
   while (const dirent* d = reader.next()) {
     const std::string_view name(d->d_name);
     if (!request.selection->passes(name)) continue;
@@ -173,30 +41,12 @@ void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileE
       // A link or an unknown type must be a regular file; a name without a token
       // takes its start from the modification time. A file gone by now is skipped.
       struct stat st;
-      if (fstatat(dir->get(), d->d_name, &st, 0) != 0 || !S_ISREG(st.st_mode)) continue;
+      if (fstatat(dirFd, d->d_name, &st, 0) != 0 || !S_ISREG(st.st_mode)) continue;
       if (!parts.hasToken) startTime = st.st_mtime;
     }
-
-    if (!folder || folder->names.size() + name.size() > kMaxStore) {
-      if (folder) folder->names.shrink_to_fit();
-      store.push_back(std::make_unique<Folder>());
-      folder = store.back().get();
-      folder->owner = request.owner;
-      folder->path = request.path;
-      folder->dir = dir;
-      folder->markers = request.markers;
-      folder->sequence = ++folderCount;
-    }
-    FileEntry entry;
-    entry.folder = folder;
-    entry.startTime = startTime;
-    entry.nameOffset = std::uint32_t(folder->names.size());
-    entry.nameLength = std::uint16_t(name.size());
-    entry.flags = flags;
-    folder->names.append(name);
-    out.push_back(entry);
+    out.push_back(store.add(name, parts, startTime, flags, out.size()));
   }
-  if (folder) folder->names.shrink_to_fit();
+  store.finishFolder();
 }
 
 }  // namespace archive::detail

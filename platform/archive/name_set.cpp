@@ -1,5 +1,5 @@
 // The marker name set: FNV-1a hashing, linear probing, a load of at most one half.
-#include "archive/name_set.h"
+#include "archive/detail/name_set.h"
 
 #include <limits>
 #include <stdexcept>

@@ -1,5 +1,5 @@
 // Tests of the marker name set: growth past many rehashes, near misses, odd names.
-#include "archive/name_set.h"
+#include "archive/detail/name_set.h"
 
 #include <gtest/gtest.h>
 
