@@ -20,6 +20,9 @@ namespace {
 
 const char kDefaultFile[] = "/etc/device/config.json";
 
+// The longest quote of the file that an error line carries.
+constexpr std::size_t kMaxQuote = 40;
+
 // A configuration is a few kilobytes; anything near this is not one.
 constexpr off_t kMaxBytes = 16 * 1024 * 1024;
 
@@ -101,6 +104,12 @@ std::string jsonReason(const char* what) {
     const std::size_t colon = text.find(": ");
     if (colon != std::string::npos) text.erase(0, colon + 2);
   }
+  // The parser quotes what it read last, which may be a whole line or string of the file.
+  const std::string lastRead = "; last read: '";
+  const std::size_t quote = text.find(lastRead);
+  const std::size_t from = quote == std::string::npos ? quote : quote + lastRead.size();
+  if (from != std::string::npos && text.size() - from > kMaxQuote + 1)
+    text = text.substr(0, from + kMaxQuote - 3) + "...'";
   return text;
 }
 
@@ -127,6 +136,13 @@ Node::Node(nlohmann::json value, boost::filesystem::path file)
 Configdb Configdb::load(const boost::filesystem::path& file) { return parse(readAll(file), file); }
 
 Configdb Configdb::parse(const std::string& text, const boost::filesystem::path& file) {
+  // The library takes a NUL byte for the end of the text: after a whole document it would
+  // ignore the rest of the file without a word.
+  const std::size_t nul = text.find('\0');
+  if (nul != std::string::npos) {
+    const auto position = lineAndColumn(text, nul + 1);
+    throw parseError(file, position.first, position.second, "a NUL byte");
+  }
   try {
     return Configdb(Node(nlohmann::json::parse(text), file));
   } catch (const nlohmann::json::parse_error& e) {

@@ -57,7 +57,11 @@ TEST(ConfigdbTest, BrokenJsonIsOneLineWithLineAndColumn) {
        "syntax error while parsing object key - unexpected ']'; expected string literal"},
       {"ends after a line end", "{\n  \"a\": 1,\n", "line 3, column 1"},
       {"trailing garbage", "{}\n}", "line 2, column 1"},
+      {"NUL after the document", std::string("{}\n\0}", 4), "line 2, column 1", "a NUL byte"},
       {"CRLF line ends", "{\r\n\"a\":\r\n?", "line 3, column 1"},
+      {"long string cut short", "{\"a\": \"" + std::string(1000, 'x'), "line 1, column 1008",
+       "syntax error while parsing value - invalid string: missing closing quote; last read: "
+       "'\"" + std::string(36, 'x') + "...'"},
       {"number out of range", "{\"a\": [1,\n 1e99999]}", "line 2, column 2",
        "number overflow parsing '1e99999'"},
   };
