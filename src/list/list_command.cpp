@@ -2,6 +2,7 @@
 // and lists their files through the text or the JSON formatter.
 #include "list/list_command.h"
 
+#include <cstring>
 #include <iostream>
 #include <memory>
 #include <ostream>
@@ -13,6 +14,25 @@
 #include "list/json_formatter.h"
 #include "list/shell_formatter.h"
 #include "popts/popts.h"
+
+// Grammar of --sort: t|time (ascending) or rt|rtime (descending), case-sensitive like
+// every other fixed word of an option value.
+namespace popts {
+template <>
+struct OptValueParser<archive::BrowseSortOrder> {
+  static bool parse(const char* text, archive::BrowseSortOrder& out) {
+    if (std::strcmp(text, "t") == 0 || std::strcmp(text, "time") == 0) {
+      out = archive::BrowseSortOrder::time;
+      return true;
+    }
+    if (std::strcmp(text, "rt") == 0 || std::strcmp(text, "rtime") == 0) {
+      out = archive::BrowseSortOrder::rtime;
+      return true;
+    }
+    return false;
+  }
+};
+}  // namespace popts
 
 namespace {
 

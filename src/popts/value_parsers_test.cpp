@@ -19,11 +19,6 @@ std::string show(const std::string& value) { return "[" + value + "]"; }
 std::string show(const std::pair<long, long>& value) {
   return show(value.first) + "," + show(value.second);
 }
-std::string show(archive::BrowseSortOrder value) {
-  return value == archive::BrowseSortOrder::time    ? "time"
-         : value == archive::BrowseSortOrder::rtime ? "rtime"
-                                                    : "none";
-}
 
 // Each row is {text, what it converts to or "refused"}, starting from `initial`.
 template <typename T>
@@ -60,10 +55,6 @@ TEST(ValueParserTest, WordsAreMatchedWhole) {
       {"yess", "refused"}, {" yes", "refused"}};
   expectParsed<bool>("bool from false", boolRows, false);
   expectParsed<bool>("bool from true", boolRows, true);
-  expectParsed<archive::BrowseSortOrder>(
-      "sort order", {{"t", "time"}, {"time", "time"}, {"rt", "rtime"}, {"rtime", "rtime"},
-                     {"Time", "refused"}, {"T", "refused"}, {"times", "refused"},
-                     {"r", "refused"}, {"", "refused"}});
   expectParsed<std::string>("string", {{"", "[]"}, {" -a b ", "[ -a b ]"}}, std::string("x"));
 }
 
