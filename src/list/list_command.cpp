@@ -50,7 +50,7 @@ std::string extensionList(const std::string& value) {
 
 }  // namespace
 
-int listCommand(int argc, const char* const argv[]) {
+int listCommand(int argc, const char* const argv[], std::ostream& out, std::ostream& err) {
   std::string columnFormat = "ATSDNF";
   bool quote = false;
   BrowseOptions browse;
@@ -84,12 +84,12 @@ int listCommand(int argc, const char* const argv[]) {
   try {
     parser.parse(argc, argv, true);
   } catch (popts::OptException& e) {
-    std::cerr << e.message << std::endl;
+    err << e.message << std::endl;
     return 2;
   }
   if (parser.helpRequested()) {
-    printListHelp(std::cout);
-    parser.printUsage();
+    printListHelp(out);
+    parser.printUsage(out);
     return 1;
   }
 
@@ -108,11 +108,15 @@ int listCommand(int argc, const char* const argv[]) {
   }
 
   if (afu.value()) {
-    browseFiles(afuQueues(archives), browse, std::cout, formatter.get());
+    browseFiles(afuQueues(archives), browse, out, formatter.get());
   } else if (trash.value()) {
-    browseFiles(trashes(archives), browse, std::cout, formatter.get());
+    browseFiles(trashes(archives), browse, out, formatter.get());
   } else {
-    browseFiles(archives, browse, std::cout, formatter.get());
+    browseFiles(archives, browse, out, formatter.get());
   }
   return 0;
+}
+
+int listCommand(int argc, const char* const argv[]) {
+  return listCommand(argc, argv, std::cout, std::cerr);
 }
