@@ -1,9 +1,10 @@
 // The browse driver: one gathered deque, one library browse, one formatter pass.
 #include "list/browse.h"
 
-#include <deque>
 #include <functional>
 #include <utility>
+
+#include "archive_access/archive_access.h"
 
 namespace {
 
@@ -28,9 +29,7 @@ void browseFiles(const Set& set, const BrowseOptions& options, std::ostream& out
                  IBrowseFilesFormatter* formatter) {
   const archive::BrowseFilter filter = makeStartTimeFilter(options.range);
   formatter->begin(out);
-  // One deque for the whole set, so that sorting and paging see every source at once.
-  std::deque<archive::detail::FileEntry> entries;
-  for (const auto& member : set) member->appendEntries(entries);
+  std::deque<archive::detail::FileEntry> entries = gatherEntries(set);
   archive::detail::browseFileEntries(entries, options.sortOrder, options.start, options.limit,
                                      filter, [formatter, &out](archive::FileInfo& file) {
                                        formatter->format(out, file);
