@@ -1,6 +1,7 @@
 // The browse driver: one gathered deque, one library browse, one formatter pass.
 #include "list/browse.h"
 
+#include <ctime>
 #include <functional>
 #include <utility>
 
@@ -44,3 +45,11 @@ template void browseFiles(const std::vector<archive::AFUQueue const*>&, const Br
                           std::ostream&, IBrowseFilesFormatter*);
 template void browseFiles(const std::vector<archive::Trash const*>&, const BrowseOptions&,
                           std::ostream&, IBrowseFilesFormatter*);
+
+std::string localTimeText(std::int64_t seconds, const char* format) {
+  const std::time_t t = static_cast<std::time_t>(seconds);
+  std::tm local;
+  if (localtime_r(&t, &local) == nullptr || local.tm_year > 9999 - 1900) return std::string();
+  char buffer[64];
+  return std::string(buffer, std::strftime(buffer, sizeof buffer, format, &local));
+}

@@ -3,6 +3,8 @@
 // to end in tests/list_test.cpp.
 #include "list/browse.h"
 
+#include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -41,6 +43,14 @@ TEST(BrowseFilesTest, StartTimeRangeComparesSignedTimes) {
     browseFiles(set, options, out, &formatter);
     EXPECT_EQ(c.listed, out.str()) << "range " << c.lo << "," << c.hi;
   }
+}
+
+// A year no recording reaches: the column stays empty rather than shifted.
+TEST(LocalTimeTextTest, FiveDigitYearsGiveNoText) {
+  setenv("TZ", "UTC0", 1);  // no other test of this binary reads the local zone
+  tzset();
+  EXPECT_EQ("9999-12-31 23:59:59", localTimeText(253402300799LL, "%Y-%m-%d %H:%M:%S"));
+  EXPECT_EQ("", localTimeText(253402300800LL, "%Y-%m-%d %H:%M:%S"));
 }
 
 }  // namespace
