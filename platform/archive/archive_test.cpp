@@ -182,7 +182,7 @@ TEST(ArchiveFolderTest, MissingFolderIsEmptyButAFileIsAnErrorNamingIt) {
 
   writeFile(dir / "plain", "x");
   Archive file("2", "VGA", "", dir / "plain", kAll);
-  const std::string want = "cannot read archive folder " + dir.path() + "/plain: Not a directory";
+  const std::string want = dir.path() + "/plain: cannot read: Not a directory";
   EXPECT_EQ(testing_support::whatOf([&] { gather(file); }), want);
   EXPECT_EQ(testing_support::whatOf([&] { gather(file.trash); }), want);
   EXPECT_EQ(testing_support::whatOf([&] { gather(file.afuQueue); }), want);
