@@ -1,5 +1,4 @@
 // End-to-end tests of `archive list`: the real binary on the device of device_fixture.h.
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -88,30 +87,6 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
                "front_20240301T142\tfront_20240301T142\tfront_20240301T142500Z.jpg\n"
                "front_20240301T142\tfront_20240301T142\tfront_20240301T142000Z.ts\n", "", 0}},
              {{"DEVICE_CONFIG", tmp / "absent.json"}});
-}
-
-// Recorder k's file j starts at minute j, so every minute is a tie of three files whose
-// order by name is k; file j of recorder k has 3j + k bytes.
-TEST_F(ListTest, OnePagingRunsAcrossRecordersAndTiesGoByName) {
-  std::vector<testing_support::Recorder> recorders;
-  for (int k = 0; k < 3; ++k) {
-    const std::string dir = tmp / ("r" + std::to_string(k));
-    for (int j = 0; j < 10; ++j) {
-      char name[40];
-      snprintf(name, sizeof name, "r%d_20240301T10%02d00Z.mp4", k, j);
-      add(dir, name, static_cast<std::size_t>(3 * j + k), 1709287200 + j * 60, 1, {});
-    }
-    recorders.push_back({"r" + std::to_string(k), "", dir});
-  }
-  testing_support::writeDeviceConfig(config, recorders);
-  std::string ascending, descending;
-  for (int i = 5; i < 15; ++i) ascending += std::to_string(i) + "\n";
-  for (int i = 24; i > 14; --i) descending += std::to_string(i) + "\n";
-  expectRuns({{{"ls", "-S", "t", "-s", "5", "-l", "10", "-f", "S", "r0", "r1", "r2"}, ascending,
-               "", 0},
-              {{"ls", "--start", "5", "--limit", "10", "-f", "S", "r2", "r0", "r1"}, descending,
-               "", 0}},
-             env());
 }
 
 TEST_F(ListTest, JsonMembersOfEveryLetter) {

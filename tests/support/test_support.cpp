@@ -73,24 +73,15 @@ void addRecording(const std::string& dir, const std::string& name, std::size_t s
   for (const std::string& m : markers) writeFile(dir + "/." + m + "/" + name, "");
 }
 
-// posix_spawn rather than fork: a test may run threads, and the child must not inherit
-// one's locks.
+// posix_spawn rather than fork, since a test may run threads; env(1) sets the variables.
 RunResult runArchive(const std::vector<std::string>& args, const Env& env) {
-  std::vector<std::string> words{ARCHIVE_COMMAND}, vars;
+  std::vector<std::string> words{"env"};
+  for (const auto& [name, value] : env) words.push_back(name + "=" + value);
+  for (const char* word : {ARCHIVE_COMMAND}) words.push_back(word);
   words.insert(words.end(), args.begin(), args.end());
-  for (char** e = environ; *e; ++e) {
-    const std::string var(*e);
-    bool replaced = false;
-    for (const auto& kv : env) replaced = replaced || var.rfind(kv.first + "=", 0) == 0;
-    if (!replaced) vars.push_back(var);
-  }
-  for (const auto& [name, value] : env) vars.push_back(name + "=" + value);
-  std::vector<char*> argv, envp;
+  std::vector<char*> argv;
   for (std::string& word : words) argv.push_back(&word[0]);
-  for (std::string& var : vars) envp.push_back(&var[0]);
   argv.push_back(nullptr);
-  envp.push_back(nullptr);
-
   const TempDir io;
   const std::string out = io / "out", err = io / "err";
   posix_spawn_file_actions_t actions;
@@ -99,13 +90,13 @@ RunResult runArchive(const std::vector<std::string>& args, const Env& env) {
   posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
   posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT, 0600);
   pid_t pid = 0;
-  const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
+  const int failed = posix_spawnp(&pid, "env", &actions, nullptr, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
-  if (failed) throw std::runtime_error("spawn " + words[0] + ": " + strerror(failed));
+  if (failed) throw std::runtime_error(std::string("spawn env: ") + strerror(failed));
   int status = 0;
   for (int waited = 0; waitpid(pid, &status, WNOHANG) == 0; ++waited) {
-    if (waited == 2000) kill(pid, SIGKILL);  // 20 s: a hung binary fails its test
-    usleep(10000);
+    if (waited == 20000) kill(pid, SIGKILL);  // 20 s: a hung binary fails its test
+    usleep(1000);
   }
   const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return {readFile(out), readFile(err), code};
