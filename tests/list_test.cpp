@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "device_fixture.h"
+#include "test_support.h"
 
 namespace {
 
@@ -71,6 +71,8 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
        {{"ls", "--exts", "all", "-f", "F", "1"}, every, "", 0},
        {{"ls", "--exts", "jpg,TS", "-f", "F", "1"},
         "front_20240301T142500Z.jpg\nfront_20240301T142000Z.ts\n", "", 0},
+       {{"ls", "--exts", " mp , ts\t, \tjpg ", "-f", "F", "1"},
+        "front_20240301T142500Z.jpg\nfront_20240301T142000Z.ts\n", "", 0},
        {{"ls", "--exts", "mp4", "--afu", "-f", "F", "1", "2"},
         "front_20240301T141000Z_alarm-17.mp4\nfront_20240301T130000Z.mp4\n", "", 0},
        // Queues and trashes show their deleted files.
@@ -87,6 +89,19 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
                "front_20240301T142\tfront_20240301T142\tfront_20240301T142500Z.jpg\n"
                "front_20240301T142\tfront_20240301T142\tfront_20240301T142000Z.ts\n", "", 0}},
              {{"DEVICE_CONFIG", tmp / "absent.json"}});
+}
+
+// A name without a start token takes its modification time, here one before the epoch.
+TEST_F(ListTest, RangesCompareSignedTimes) {
+  const std::string dir = tmp / "odd";
+  add(dir, "camera.mp4", 1, -50, 0, {});
+  add(dir, "c_19700101T000140Z.mp4", 1, 100, 0, {});
+  expectRuns({{{"ls", "-p", dir, "-n", "", "--st-range", "0,100", "-f", "F"},
+               "c_19700101T000140Z.mp4\n", "", 0},
+              {{"ls", "-p", dir, "-n", "", "--st-range", "-50,99", "-f", "F"}, "camera.mp4\n", "", 0},
+              {{"ls", "-p", dir, "-n", "", "-S", "t", "-f", "tT"},
+               "-50\t1969-12-31 23:59:10\n100\t1970-01-01 00:01:40\n", "", 0}},
+             env());
 }
 
 TEST_F(ListTest, JsonMembersOfEveryLetter) {

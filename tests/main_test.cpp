@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "device_fixture.h"
+#include "test_support.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "device_fixture.h"
+#include "test_support.h"
 
 namespace {
 
@@ -65,7 +65,11 @@ TEST_F(StatTest, HelpErrorsAndFailures) {
                "Option --path (-p) is mutually exclusive with Recorders identifiers\n", 2},
               {{"stat", "--json", "--json", "--json", "1"}, "", "Too many occurrences of --json\n", 2},
               {repeated(129, "1"), "", "Too many occurrences of Recorders identifiers\n", 2},
-              {{"stat", "--json", "1", "nosuch"}, "", "Recorder not found\n", 1}},
+              {{"stat", "--json", "1", "nosuch"}, "", "Recorder not found\n", 1},
+              // Identifiers match whole and exactly; "all" only alone.
+              {{"stat", "ALL"}, "", "Recorder not found\n", 1},
+              {{"stat", ""}, "", "Recorder not found\n", 1},
+              {{"stat", "all", "1"}, "", "Recorder not found\n", 1}},
              env());
   testing_support::writeFile(config, "{}");
   expectRuns({{{"stat", "all"}, "0\t0\n0\t0\n", "", 0}}, env());

@@ -95,20 +95,5 @@ TEST(OptParserTest, WalksTheLineAndAppliesItsRules) {
     EXPECT_EQ(outcome(words, ignoreUnknown), want) << ::testing::PrintToString(words);
 }
 
-TEST(ValueParserTest, FlagWordsAreMatchedWholeIgnoringCase) {
-  for (const char* word : {"1", "y", "Yes", "ON", "true"}) {
-    bool out = false;
-    EXPECT_TRUE(OptValueParser<bool>::parse(word, out) && out) << word;
-  }
-  for (const char* word : {"0", "N", "no", "Off", "FALSE"}) {
-    bool out = true;
-    EXPECT_TRUE(OptValueParser<bool>::parse(word, out) && !out) << word;
-  }
-  for (const char* word : {"", "2", "yess", " yes"}) {
-    bool out = true;
-    EXPECT_FALSE(OptValueParser<bool>::parse(word, out) || !out) << word;
-  }
-}
-
 }  // namespace
 }  // namespace popts
