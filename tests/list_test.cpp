@@ -106,24 +106,17 @@ TEST_F(ListTest, RangesCompareSignedTimes) {
 
 TEST_F(ListTest, JsonMembersOfEveryLetter) {
   const std::string alarm = "front_20240301T141000Z_alarm-17";
-  const std::vector<std::string> page = {"-s", "2", "-l", "1", "1"};
-  auto json = [&page](const std::string& format) {
-    std::vector<std::string> args{"ls", "--json", "-q", "-f", format};
-    args.insert(args.end(), page.begin(), page.end());
-    return args;
-  };
   expectRuns(
-      {{json("ATSDNF"),
+      {{{"ls", "--json", "-q", "-f", "ATSDNF", "-s", "2", "-l", "1", "1"},
         "[{\"afu_queue\":true,\"created\":\"2024-03-01T14:10:00+0000\",\"deleted\":false,"
         "\"downloaded\":false,\"duration\":3600,\"filename\":\"" + alarm + ".mp4\","
         "\"locked\":true,\"name\":\"" + alarm + "\",\"recording\":false,\"size\":200}]", "", 0},
-       // R and d have no member.
-       {json("aifEerRd"),
-        "[{\"downloaded\":false,\"event_id\":\"alarm-17\",\"extension\":\"mp4\",\"id\":\"" +
-            alarm + ".mp4\",\"locked\":true,\"path\":\"" + a1 + "/" + alarm +
+       // R and d have no member; a later letter's member replaces an earlier one's.
+       {{"ls", "--json", "-f", "aifEerRdTt", "-s", "2", "-l", "1", "1"},
+        "[{\"created\":1709302200,\"downloaded\":false,\"event_id\":\"alarm-17\",\"extension\":"
+        "\"mp4\",\"id\":\"" + alarm + ".mp4\",\"locked\":true,\"path\":\"" + a1 + "/" + alarm +
             ".mp4\",\"recorder\":\"1\",\"recording\":false}]", "", 0},
-       {json("Tt"), "[{\"created\":1709302200}]", "", 0},
-       {json(""), "[{}]", "", 0},
+       {{"ls", "--json", "-f", "", "-l", "1", "1"}, "[{}]", "", 0},
        {{"ls", "--json", "-f", "S", "1", "2"},
         "[{\"size\":20},{\"size\":300},{\"size\":200},{\"size\":100},{\"size\":70}]", "", 0},
        {{"ls", "--json", "4"}, "[]", "", 0}},

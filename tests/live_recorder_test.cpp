@@ -70,14 +70,15 @@ TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
     while (!recorder.stop) work(tmp.path(), rng), ::usleep(200);
   });
 
-  const std::vector<std::pair<std::string, std::set<std::string>>> sources = {
+  // Each listing, and the files left alone that it must show.
+  const std::pair<const char*, std::set<std::string>> listings[] = {
       {"", {"-s_20240301T120000Z.mp4", "-t_20240301T120000Z.mp4"}},
       {"--trash", {"Ts-still.mp4"}},
       {"--afu", {"Ts-still.mp4"}}};
   for (int round = 0; round < 60; ++round) {
-    for (const auto& [source, always] : sources) {
+    for (const auto& [source, always] : listings) {
       std::vector<std::string> args{"ls", "-f", "AF", "all"};
-      if (!source.empty()) args.push_back(source);
+      if (*source) args.push_back(source);
       const RunResult got = runArchive(args, env);
       ASSERT_EQ(0, got.status) << source << ": " << got.err;
       ASSERT_EQ("", got.err) << source;

@@ -37,9 +37,7 @@ TEST_F(StatTest, TotalsOfFilesQueuesAndTrashes) {
       {{{"stat", "1"}, "4\t620\n1\t200\n", "", 0},
        // A queued file in the trash counts as deleted, never as queued.
        {{"stat", "--afu", "1"}, "1\t200\n", "", 0},
-       {{"stat", "--afu", "4"}, "0\t0\n", "", 0},
        {{"stat", "4", "--trash"}, "1\t1000\n", "", 0},
-       {{"stat", "--trash", "1", "1"}, "4\t220\n", "", 0},
        // Recorder 3 has no archive folder and adds nothing.
        {{"stat", "all"}, "5\t690\n2\t270\n", "", 0},
        {{"stat", "*"}, "5\t690\n2\t270\n", "", 0},

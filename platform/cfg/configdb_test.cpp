@@ -56,11 +56,9 @@ TEST(ConfigdbTest, BrokenJsonIsOneLineWithLineAndColumn) {
        "closing quote; last read: '\"" + std::string(36, 'x') + "...'"},
       {"{\"a\": [1,\n 1e99999]}", "line 2, column 2: number overflow parsing '1e99999'"},
   };
-  TempDir dir;
-  const std::string file = dir / "config.json";
   for (const auto& [text, fault] : cases) {
-    writeFile(file, text);
-    EXPECT_EQ(loadError(file), file + ": not valid JSON at " + fault) << text.substr(0, 20);
+    EXPECT_EQ(whatOf([&] { cfg::Configdb::parse(text, "/etc/x.json"); }),
+              "/etc/x.json: not valid JSON at " + fault) << text.substr(0, 20);
   }
 }
 
