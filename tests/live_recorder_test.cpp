@@ -22,8 +22,8 @@ using namespace testing_support;
 
 // One step of the recorder on a pool of six names in c1 or c2 (each named after its
 // folder, so that no two recorders list the same name): three media files (so
-// listings read headers) and three without a start token, started, renamed into place,
-// appended to, flagged, unflagged, trashed, purged.
+// listings read headers) and three without a start token, written, flagged, unflagged,
+// deleted, trashed, purged.
 void work(const std::string& root, std::mt19937& rng) {
   static const std::string media = readFile(std::string(EXAMPLE_ARCHIVE) +
                                             "/1/front_20261118T070000Z.mp4");
@@ -33,16 +33,12 @@ void work(const std::string& root, std::mt19937& rng) {
   const std::string name = "p" + c + (i < 3 ? "_20240301T15" + std::to_string(i) + "000Z.mp4"
                                             : "-cam" + std::to_string(i) + ".mp4");
   const std::string marker = dir + "." + markers[rng() % 4] + "/" + name;
-  switch (rng() % 7) {
+  switch (rng() % 6) {
     case 0: writeFile(dir + name, i < 3 ? media : std::string(1000, 'x')); break;
-    case 1:
-      writeFile(dir + ".tmp-" + name, media);
-      std::rename((dir + ".tmp-" + name).c_str(), (dir + name).c_str());
-      break;
-    case 2: writeFile(marker, ""); break;
-    case 3: ::unlink(marker.c_str()); break;
-    case 4: ::unlink((dir + name).c_str()); break;
-    case 5:
+    case 1: writeFile(marker, ""); break;
+    case 2: ::unlink(marker.c_str()); break;
+    case 3: ::unlink((dir + name).c_str()); break;
+    case 4:
       makeDirs(dir + ".trash");
       std::rename((dir + name).c_str(), (dir + ".trash/" + name).c_str());
       break;

@@ -1,5 +1,5 @@
-// Tests of gathering archive folders: what counts as a recording, names kept exactly,
-// and folder errors.
+// Tests of gathering archive folders: what counts as a recording, and names kept exactly.
+// Missing and unreadable folders are shown end to end in tests/commands_test.cpp.
 #include "archive/archive.h"
 
 #include <gtest/gtest.h>
@@ -55,18 +55,6 @@ TEST(ArchiveLayoutTest, OnlyVisibleRegularFilesAndLinksToThemAreRecordings) {
   ASSERT_EQ(symlink((dir / "c_20240301T140200Z.mp4").c_str(), (dir / "g_20240301T140600Z.mp4").c_str()), 0);
   EXPECT_EQ(gathered(Archive("1", "VGA", "", dir.path(), "mp4")),
             (Names{"a_20240301T140000Z.mp4", "e_20240301T140400Z.mp4"}));
-}
-
-TEST(ArchiveFolderTest, MissingFolderIsEmptyButAFileIsAnErrorNamingIt) {
-  TempDir dir;
-  Archive missing("1", "VGA", "", dir / "not/there", "");
-  EXPECT_TRUE(gathered(missing).empty() && gathered(missing.trash).empty() &&
-              gathered(missing.afuQueue).empty());
-  writeFile(dir / "plain", "x");
-  Archive file("2", "VGA", "", dir / "plain", "");
-  const std::string want = dir.path() + "/plain: cannot read: Not a directory";
-  EXPECT_EQ(testing_support::whatOf([&] { gathered(file); }), want);
-  EXPECT_EQ(testing_support::whatOf([&] { gathered(file.afuQueue); }), want);
 }
 
 }  // namespace

@@ -102,7 +102,6 @@ TEST(Mp4RewriteTest, SizeFormsVersionsAndHostileValues) {
       {"31 days", movie(mvhd(0, 1, 2678400)), 2678400},
       {"31 days and a second", movie(mvhd(0, 1, 2678401)), std::nullopt},
       {"64-bit size past the end", ftyp + hugeLarge + moov, std::nullopt},
-      {"box size 4", ftyp + std::string("\0\0\0\4free", 8) + moov, std::nullopt},
       {"time scale 0", movie(mvhd(0, 0, 4500)), std::nullopt},
       {"duration unknown", movie(mvhd(0, 90000, 0xffffffff)), std::nullopt},
       {"mvhd cut short", movie(box("mvhd", std::string(12, '\0'))), std::nullopt},
@@ -124,7 +123,6 @@ TEST(AviRewriteTest, OpenDmlCountWinsWhenSetAndDamageGivesNoDuration) {
       {"0 microseconds per frame", avih + 8, 0, std::nullopt},
       {"0 frames", avih + 24, 0, std::nullopt},
       {"hdrl size past the end", hdrl - 4, 0x7fffffff, std::nullopt},
-      {"avih size past hdrl", avih + 4, 0x10000, std::nullopt},
       {"years of frames", avih + 24, 0xffffffff, std::nullopt},
   };
   for (const auto& [what, offset, value, seconds] : cases) {

@@ -21,16 +21,11 @@ std::string write(const object& value) {
 
 TEST(ObjstreamTest, ValuesAreWrittenAsCompactJson) {
   const std::string fffd = "\xEF\xBF\xBD";
-  object pair;
-  pair["size"] = object(10LL);
-  pair["count"] = object("first");
-  pair["count"] = object(3LL);  // the last value assigned to a key stands
   object top;
-  top["files"] = pair;
-  pair["count"] = object(4LL);  // the copy in `top` is not affected
-  top["afu_queue"] = pair;
-  top["Zulu"]["deep"] = object(false);  // upper case sorts before lower case
-  top["a\"b\xFF"] = object();           // keys are escaped like values
+  top["b"]["deep"] = object(false);
+  top["a\"b\xFF"] = object(1LL);  // keys are escaped like values
+  top["B"] = object("first");
+  top["B"] = object(2LL);  // the last value assigned to a key stands
   const std::vector<std::pair<object, std::string>> cases = {
       {object(), "{}"},
       {object(true), "true"},
@@ -40,8 +35,7 @@ TEST(ObjstreamTest, ValuesAreWrittenAsCompactJson) {
       {object("a\nb\tc\x01\x1f"), R"("a\nb\tc\u0001\u001f")"},
       {object("K\xC3\xB6ln \xE2\x82\xAC"), "\"K\xC3\xB6ln \xE2\x82\xAC\""},
       {object("a\xFF" "b x\xE2\x82"), "\"a" + fffd + "b x" + fffd + "\""},
-      {top, "{\"Zulu\":{\"deep\":false},\"a\\\"b" + fffd + "\":{},\"afu_queue\":{\"count\":4,"
-            "\"size\":10},\"files\":{\"count\":3,\"size\":10}}"},
+      {top, "{\"B\":2,\"a\\\"b" + fffd + "\":1,\"b\":{\"deep\":false}}"},
   };
   for (const auto& [value, want] : cases) EXPECT_EQ(write(value), want);
 }

@@ -59,7 +59,6 @@ TEST(OptParserTest, WalksTheLineAndAppliesItsRules) {
       {{"-ql", "5", "1"}, true, "q1 l5 p r0,0 ids1"},
       {{"-l", "-q", "1"}, true, "Invalid value '-q' for --limit (-l) [limit]"},
       {{"1", "-l"}, true, "Invalid value 'empty' for --limit (-l) [limit]"},
-      {{"-l5", "1"}, false, "Unknown option: -5 [-]"},
       // After "--" every word is positional.
       {{"--", "-q", "--", "-"}, true, "q0 l10 p r0,0 ids-q,--,-"},
       {{"1", "-"}, true, "Bad option:- [-]"},
@@ -80,16 +79,13 @@ TEST(OptParserTest, WalksTheLineAndAppliesItsRules) {
       {{"--prefix", "c", "1"}, true, "Missed required option: --path (-p) [prefix]"},
       {{"--prefix", "c", "-t", "1"}, true,
        "Option --prefix is mutually exclusive with --trash (-t) [prefix]"},
-      {{"-p", "/x", "--prefix", "c"}, true, "q0 l10 p/x r0,0 ids"},
       // Help skips every rule.
       {{"-a", "-t", "-h", "--prefix", "c"}, true, "q0 l10 p r0,0 ids"},
       // Numbers are base 0 over the whole text; a pair is two numbers and a comma.
       {{"-l", "0x1F", "--range", "5, -7xyz", "1"}, true, "q0 l31 p r5,-7 ids1"},
       {{"-l", "017", "1"}, true, "q0 l15 p r0,0 ids1"},
       {{"-l", "08", "1"}, true, "Invalid value '08' for --limit (-l) [limit]"},
-      {{"-l", "12 ", "1"}, true, "Invalid value '12 ' for --limit (-l) [limit]"},
       {{"--range", "5", "1"}, true, "Invalid value '5' for --range [range]"},
-      {{"--range", "5 ,7", "1"}, true, "Invalid value '5 ,7' for --range [range]"},
   };
   for (const auto& [words, ignoreUnknown, want] : cases)
     EXPECT_EQ(outcome(words, ignoreUnknown), want) << ::testing::PrintToString(words);

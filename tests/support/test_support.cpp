@@ -22,11 +22,9 @@ extern char** environ;
 namespace testing_support {
 namespace fs = boost::filesystem;
 
-TempDir::TempDir() {
-  const char* base = std::getenv("TMPDIR");
-  std::string templ = std::string(base && *base ? base : "/tmp") + "/archive-test-XXXXXX";
-  if (!mkdtemp(&templ[0])) throw std::runtime_error("mkdtemp: " + std::string(strerror(errno)));
-  path_ = templ;
+TempDir::TempDir()
+    : path_((fs::temp_directory_path() / fs::unique_path("archive-test-%%%%%%%%")).string()) {
+  fs::create_directory(path_);
 }
 
 TempDir::~TempDir() {

@@ -1,4 +1,7 @@
-// End-to-end tests of `archive list`: the real binary on the device of device_fixture.h.
+// End-to-end tests of the real binary on the device of test_support.h: the dispatcher,
+// `archive list` and `archive stat`, their output, messages and exit statuses.
+#include <unistd.h>
+
 #include <string>
 #include <vector>
 
@@ -8,7 +11,48 @@ namespace {
 
 using testing_support::expectRuns;
 
-const char kHelp[] =
+const char kGeneralHelp[] =
+    "Archive Tool Box\n"
+    "Usage: archive <command> [options]\n"
+    "Type 'archive help <command>' for help on a specific command.\n"
+    "\n"
+    "Available commands:\n"
+    "  help (h) - show help on a specific command\n"
+    "  list (ls) - list archive files\n"
+    "  stat (st) - archive statistics\n";
+
+const std::string kHint = "Type 'archive help' for usage.\n";
+
+std::string unknown(const std::string& word) { return "Unknown command: '" + word + "'\n"; }
+
+class DispatcherTest : public testing_support::DeviceTest {};
+
+TEST_F(DispatcherTest, AnswersStatusesAndMessages) {
+  expectRuns({{{}, "", kHint, 1},
+              // The help switches ignore what follows them and fail; the help command succeeds.
+              {{"-h", "list", "--frobnicate"}, kGeneralHelp, "", 1},
+              {{"--help"}, kGeneralHelp, "", 1},
+              {{"HELP"}, kGeneralHelp, "", 0},
+              // The help switches are case-sensitive; command words match whole, in any case.
+              {{"-H"}, "", unknown("-H") + kHint, 1},
+              {{"lis"}, "", unknown("lis") + kHint, 1},
+              // `help` names an unknown word without the hint and looks at its first operand
+              // only; `help help` looks up "--help".
+              {{"h", "lis", "list"}, "", unknown("lis"), 1},
+              {{"help", "help"}, "", unknown("--help"), 1},
+              // A standard exception from a handler (list's, reached as LS) is its text alone.
+              {{"LS", "nope"}, "", "Recorder not found\n", 1}},
+             env());
+  // Without DEVICE_CONFIG the default file is read; where it is missing, the line also
+  // tells how to name another.
+  if (access("/etc/device/config.json", F_OK) == 0) GTEST_SKIP() << "this machine has one";
+  expectRuns({{{"stat", "all"}, "",
+               "/etc/device/config.json: cannot read: No such file or directory (set "
+               "DEVICE_CONFIG to the path of the device configuration)\n", 1}},
+             {{"DEVICE_CONFIG", ""}});
+}
+
+const char kListHelp[] =
     "list (ls): browse archive files\n"
     "usage  list [options] <channel ids>\n"
     "   or  list [options] *\n"
@@ -126,8 +170,8 @@ TEST_F(ListTest, JsonMembersOfEveryLetter) {
 TEST_F(ListTest, HelpErrorsAndFailures) {
   const std::string file = tmp / "file";
   testing_support::writeFile(file, "not a folder");
-  expectRuns({{{"help", "LS", "x"}, kHelp, "", 1},
-              {{"ls", "-h", "--bogus", "nope"}, kHelp, "", 1},
+  expectRuns({{{"help", "LS", "x"}, kListHelp, "", 1},
+              {{"ls", "-h", "--bogus", "nope"}, kListHelp, "", 1},
               {{"ls"}, "", "Missed required option: --path (-p)\n", 2},
               {{"ls", "--sort", "Time", "1"}, "", "Invalid value 'Time' for --sort (-S)\n", 2},
               {{"ls", "--afu", "--trash", "1"}, "",
@@ -139,6 +183,72 @@ TEST_F(ListTest, HelpErrorsAndFailures) {
              env());
   testing_support::writeDeviceConfig(config, {});
   expectRuns({{{"ls", "--json", "all"}, "[]", "", 0}}, env());
+}
+
+using Args = std::vector<std::string>;
+
+const char kStatHelp[] =
+    "stat (stat): archive(s) statistics\n"
+    "usage  stat [options] <channel ids>\n"
+    "   or  stat [options] *\n"
+    "   or  stat [options] --path <path> --name <prefix>\n"
+    "  -h,--help\tShow this message\n"
+    "  -p,--path\tSingle channel path\n"
+    "  -n,--name\tSingle channel name\n"
+    "  --afu\tStatistics for AFU only\n"
+    "  --trash\tStatistics for trash only\n"
+    "  --json\tOutput in JSON format\n";
+
+// The command word followed by `count` copies of `word`.
+Args repeated(std::size_t count, const std::string& word) {
+  Args args(count + 1, word);
+  args[0] = "stat";
+  return args;
+}
+
+class StatTest : public testing_support::DeviceTest {};
+
+// Recorder 1 holds 4 files (620 bytes, the jpg is not counted), one of them queued (200);
+// its trash holds 2 (110) of which one is queued. Recorder 4 has only a queued deleted file.
+TEST_F(StatTest, TotalsOfFilesQueuesAndTrashes) {
+  expectRuns(
+      {{{"stat", "1"}, "4\t620\n1\t200\n", "", 0},
+       // A queued file in the trash counts as deleted, never as queued.
+       {{"stat", "--afu", "1"}, "1\t200\n", "", 0},
+       {{"stat", "4", "--trash"}, "1\t1000\n", "", 0},
+       // Recorder 3 has no archive folder and adds nothing.
+       {{"stat", "all"}, "5\t690\n2\t270\n", "", 0},
+       {{"stat", "*"}, "5\t690\n2\t270\n", "", 0},
+       {{"stat", "--json", "1", "2"},
+        "{\"afu\":{\"count\":2,\"size\":270},\"files\":{\"count\":5,\"size\":690}}\n", "", 0},
+       {{"stat", "--json", "--afu", "1"}, "{\"count\":1,\"size\":200}\n", "", 0},
+       {{"stat", "--trash", "--json", "4"}, "{\"count\":1,\"size\":1000}\n", "", 0},
+       {repeated(128, "2"), "128\t8960\n128\t8960\n", "", 0},
+       {{"stat", "--bogus", "-xz", "--afu", "1"}, "1\t200\n", "", 0}},
+      env());
+  // A single channel is chosen by a name prefix, without any configuration.
+  expectRuns({{{"stat", "--path", a1, "--name", "front_20240301T141"}, "1\t200\n1\t200\n", "", 0},
+              {{"stat", "-p", tmp / "missing", "-n", "front"}, "0\t0\n0\t0\n", "", 0}},
+             {{"DEVICE_CONFIG", tmp / "absent.json"}});
+}
+
+TEST_F(StatTest, HelpErrorsAndFailures) {
+  expectRuns({{{"help", "st"}, kStatHelp, "", 1},
+              {{"stat", "-h", "--afu", "--trash", "1", "nosuch"}, kStatHelp, "", 1},
+              {{"stat", "--afu", "--trash", "1"}, "",
+               "Option --afu is mutually exclusive with --trash\n", 2},
+              {{"stat", "--path", "/x", "--name", "cam", "1"}, "",
+               "Option --path (-p) is mutually exclusive with Recorders identifiers\n", 2},
+              {{"stat", "--json", "--json", "--json", "1"}, "", "Too many occurrences of --json\n", 2},
+              {repeated(129, "1"), "", "Too many occurrences of Recorders identifiers\n", 2},
+              {{"stat", "--json", "1", "nosuch"}, "", "Recorder not found\n", 1},
+              // Identifiers match whole and exactly; "all" only alone.
+              {{"stat", "ALL"}, "", "Recorder not found\n", 1},
+              {{"stat", ""}, "", "Recorder not found\n", 1},
+              {{"stat", "all", "1"}, "", "Recorder not found\n", 1}},
+             env());
+  testing_support::writeFile(config, "{}");
+  expectRuns({{{"stat", "all"}, "0\t0\n0\t0\n", "", 0}}, env());
 }
 
 }  // namespace
