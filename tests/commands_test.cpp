@@ -1,5 +1,6 @@
 // End-to-end tests of the real binary on the device of test_support.h: the dispatcher,
-// `archive list` and `archive stat`, their output, messages and exit statuses.
+// `archive list` and `archive stat`, their output, messages and exit statuses. The tables
+// keep one run to a row, so clang-format is off around them.
 #include <unistd.h>
 
 #include <string>
@@ -28,6 +29,7 @@ std::string unknown(const std::string& word) { return "Unknown command: '" + wor
 class DispatcherTest : public testing_support::DeviceTest {};
 
 TEST_F(DispatcherTest, AnswersStatusesAndMessages) {
+  // clang-format off
   expectRuns({{{}, "", kHint, 1},
               // The help switches ignore what follows them and fail; the help command succeeds.
               {{"-h", "list", "--frobnicate"}, kGeneralHelp, "", 1},
@@ -43,13 +45,16 @@ TEST_F(DispatcherTest, AnswersStatusesAndMessages) {
               // A standard exception from a handler (list's, reached as LS) is its text alone.
               {{"LS", "nope"}, "", "Recorder not found\n", 1}},
              env());
+  // clang-format on
   // Without DEVICE_CONFIG the default file is read; where it is missing, the line also
   // tells how to name another.
   if (access("/etc/device/config.json", F_OK) == 0) GTEST_SKIP() << "this machine has one";
+  // clang-format off
   expectRuns({{{"stat", "all"}, "",
                "/etc/device/config.json: cannot read: No such file or directory (set "
                "DEVICE_CONFIG to the path of the device configuration)\n", 1}},
              {{"DEVICE_CONFIG", ""}});
+  // clang-format on
 }
 
 const char kListHelp[] =
@@ -75,6 +80,7 @@ class ListTest : public testing_support::DeviceTest {};
 
 TEST_F(ListTest, TextColumns) {
   const std::string alarm = "front_20240301T141000Z_alarm-17", mp4 = "front_20240301T143000Z";
+  // clang-format off
   expectRuns(
       {{{"ls", "-s", "2", "1"},
         "--L-A\t2024-03-01 14:10:00\t200\t3600\t" + alarm + "\t" + alarm + ".mp4\n" +
@@ -90,10 +96,13 @@ TEST_F(ListTest, TextColumns) {
        {{"ls", "-f", "", "1"}, "\n\n\n\n", "", 0},
        {{"ls", "-f", "xy", "1"}, "\t\n\t\n\t\n\t\n", "", 0}},
       env());
+  // clang-format on
+  // clang-format off
   expectRuns({{{"ls", "-f", "T", "-s", "3", "1"}, "2024-03-01 11:05:09\n", "", 0},
               {{"ls", "--json", "-f", "T", "-s", "3", "1"},
                "[{\"created\":\"2024-03-01T11:05:09-0300\"}]", "", 0}},
              env("<-03>3"));
+  // clang-format on
 }
 
 TEST_F(ListTest, SortRangeExtensionsAndSources) {
@@ -102,6 +111,7 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
   const std::string every =
       "front_20240301T143000Z.MP4\nfront_20240301T142500Z.jpg\nfront_20240301T142000Z.ts\n"
       "front_20240301T141000Z_alarm-17.mp4\nfront_20240301T140509Z.mp4\n";
+  // clang-format off
   expectRuns(
       {{{"ls", "-f", "t", "1"}, down, "", 0},
        {{"ls", "--sort", "time", "-f", "t", "1"}, up, "", 0},
@@ -128,11 +138,14 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
         "---TA\troof_20240301T120000Z.mp4\n", "", 0},
        {{"ls", "--foo", "2", "--limit=0", "-f", "S", "-z"}, "70\n", "", 0}},
       env());
+  // clang-format on
   // A single channel is chosen by a name prefix, without any configuration.
+  // clang-format off
   expectRuns({{{"ls", "-p", a1, "-n", "front_20240301T142", "-f", "rRF"},
                "front_20240301T142\tfront_20240301T142\tfront_20240301T142500Z.jpg\n"
                "front_20240301T142\tfront_20240301T142\tfront_20240301T142000Z.ts\n", "", 0}},
              {{"DEVICE_CONFIG", tmp / "absent.json"}});
+  // clang-format on
 }
 
 // A name without a start token takes its modification time, here one before the epoch.
@@ -140,16 +153,19 @@ TEST_F(ListTest, RangesCompareSignedTimes) {
   const std::string dir = tmp / "odd";
   add(dir, "camera.mp4", 1, -50, 0, {});
   add(dir, "c_19700101T000140Z.mp4", 1, 100, 0, {});
+  // clang-format off
   expectRuns({{{"ls", "-p", dir, "-n", "", "--st-range", "0,100", "-f", "F"},
                "c_19700101T000140Z.mp4\n", "", 0},
               {{"ls", "-p", dir, "-n", "", "--st-range", "-50,99", "-f", "F"}, "camera.mp4\n", "", 0},
               {{"ls", "-p", dir, "-n", "", "-S", "t", "-f", "tT"},
                "-50\t1969-12-31 23:59:10\n100\t1970-01-01 00:01:40\n", "", 0}},
              env());
+  // clang-format on
 }
 
 TEST_F(ListTest, JsonMembersOfEveryLetter) {
   const std::string alarm = "front_20240301T141000Z_alarm-17";
+  // clang-format off
   expectRuns(
       {{{"ls", "--json", "-q", "-f", "ATSDNF", "-s", "2", "-l", "1", "1"},
         "[{\"afu_queue\":true,\"created\":\"2024-03-01T14:10:00+0000\",\"deleted\":false,"
@@ -165,11 +181,13 @@ TEST_F(ListTest, JsonMembersOfEveryLetter) {
         "[{\"size\":20},{\"size\":300},{\"size\":200},{\"size\":100},{\"size\":70}]", "", 0},
        {{"ls", "--json", "4"}, "[]", "", 0}},
       env());
+  // clang-format on
 }
 
 TEST_F(ListTest, HelpErrorsAndFailures) {
   const std::string file = tmp / "file";
   testing_support::writeFile(file, "not a folder");
+  // clang-format off
   expectRuns({{{"help", "LS", "x"}, kListHelp, "", 1},
               {{"ls", "-h", "--bogus", "nope"}, kListHelp, "", 1},
               {{"ls"}, "", "Missed required option: --path (-p)\n", 2},
@@ -181,8 +199,11 @@ TEST_F(ListTest, HelpErrorsAndFailures) {
               // The JSON array was opened before the folder was read, and stays open.
               {{"ls", "--json", "-p", file, "-n", "x"}, "[", file + ": cannot read: Not a directory\n", 1}},
              env());
+  // clang-format on
   testing_support::writeDeviceConfig(config, {});
+  // clang-format off
   expectRuns({{{"ls", "--json", "all"}, "[]", "", 0}}, env());
+  // clang-format on
 }
 
 using Args = std::vector<std::string>;
@@ -211,6 +232,7 @@ class StatTest : public testing_support::DeviceTest {};
 // Recorder 1 holds 4 files (620 bytes, the jpg is not counted), one of them queued (200);
 // its trash holds 2 (110) of which one is queued. Recorder 4 has only a queued deleted file.
 TEST_F(StatTest, TotalsOfFilesQueuesAndTrashes) {
+  // clang-format off
   expectRuns(
       {{{"stat", "1"}, "4\t620\n1\t200\n", "", 0},
        // A queued file in the trash counts as deleted, never as queued.
@@ -226,13 +248,17 @@ TEST_F(StatTest, TotalsOfFilesQueuesAndTrashes) {
        {repeated(128, "2"), "128\t8960\n128\t8960\n", "", 0},
        {{"stat", "--bogus", "-xz", "--afu", "1"}, "1\t200\n", "", 0}},
       env());
+  // clang-format on
   // A single channel is chosen by a name prefix, without any configuration.
+  // clang-format off
   expectRuns({{{"stat", "--path", a1, "--name", "front_20240301T141"}, "1\t200\n1\t200\n", "", 0},
               {{"stat", "-p", tmp / "missing", "-n", "front"}, "0\t0\n0\t0\n", "", 0}},
              {{"DEVICE_CONFIG", tmp / "absent.json"}});
+  // clang-format on
 }
 
 TEST_F(StatTest, HelpErrorsAndFailures) {
+  // clang-format off
   expectRuns({{{"help", "st"}, kStatHelp, "", 1},
               {{"stat", "-h", "--afu", "--trash", "1", "nosuch"}, kStatHelp, "", 1},
               {{"stat", "--afu", "--trash", "1"}, "",
@@ -247,8 +273,11 @@ TEST_F(StatTest, HelpErrorsAndFailures) {
               {{"stat", ""}, "", "Recorder not found\n", 1},
               {{"stat", "all", "1"}, "", "Recorder not found\n", 1}},
              env());
+  // clang-format on
   testing_support::writeFile(config, "{}");
+  // clang-format off
   expectRuns({{{"stat", "all"}, "0\t0\n0\t0\n", "", 0}}, env());
+  // clang-format on
 }
 
 }  // namespace

@@ -1,18 +1,18 @@
 // The real binary lists and counts archives while a recorder works in them. Whatever the
 // interleaving, every run succeeds silently, lists no file twice, lists every file left
 // alone throughout, and nothing the recorder never made.
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
+#include <functional>
 #include <random>
 #include <set>
 #include <sstream>
 #include <thread>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "test_support.h"
 
@@ -25,25 +25,26 @@ using namespace testing_support;
 // listings read headers) and three without a start token, written, flagged, unflagged,
 // deleted, trashed, purged.
 void work(const std::string& root, std::mt19937& rng) {
-  static const std::string media = readFile(std::string(EXAMPLE_ARCHIVE) +
-                                            "/1/front_20261118T070000Z.mp4");
+  static const std::string media =
+      readFile(std::string(EXAMPLE_ARCHIVE) + "/1/front_20261118T070000Z.mp4");
   static const char* const markers[] = {"recording", "downloaded", "locked", "afu"};
   const unsigned i = rng() % 6;
   const std::string c = std::to_string(1 + rng() % 2), dir = root + "/c" + c + "/";
-  const std::string name = "p" + c + (i < 3 ? "_20240301T15" + std::to_string(i) + "000Z.mp4"
-                                            : "-cam" + std::to_string(i) + ".mp4");
+  const std::string name = "p" + c +
+                           (i < 3 ? "_20240301T15" + std::to_string(i) + "000Z.mp4"
+                                  : "-cam" + std::to_string(i) + ".mp4");
   const std::string marker = dir + "." + markers[rng() % 4] + "/" + name;
-  switch (rng() % 6) {
-    case 0: writeFile(dir + name, i < 3 ? media : std::string(1000, 'x')); break;
-    case 1: writeFile(marker, ""); break;
-    case 2: ::unlink(marker.c_str()); break;
-    case 3: ::unlink((dir + name).c_str()); break;
-    case 4:
-      makeDirs(dir + ".trash");
-      std::rename((dir + name).c_str(), (dir + ".trash/" + name).c_str());
-      break;
-    default: ::unlink((dir + ".trash/" + name).c_str());
-  }
+  const std::function<void()> steps[] = {
+      [&] { writeFile(dir + name, i < 3 ? media : std::string(1000, 'x')); },
+      [&] { writeFile(marker, ""); },
+      [&] { ::unlink(marker.c_str()); },
+      [&] { ::unlink((dir + name).c_str()); },
+      [&] {
+        makeDirs(dir + ".trash");
+        std::rename((dir + name).c_str(), (dir + ".trash/" + name).c_str());
+      },
+      [&] { ::unlink((dir + ".trash/" + name).c_str()); }};
+  steps[rng() % 6]();
 }
 
 TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
@@ -52,8 +53,9 @@ TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
   for (const char* key : {"c1/s_20240301T120000Z.mp4", "c2/t_20240301T120000Z.mp4",
                           "c1/.trash/s-still.mp4", "c1/.afu/s-still.mp4"})
     writeFile(tmp / key, std::string(500, 'z'));
-  writeDeviceConfig(tmp / "config.json", {{"1", "One", tmp / "c1"}, {"2", "Two", tmp / "c2"},
-                                          {"3", "Three", tmp / "c3"}});
+  writeDeviceConfig(
+      tmp / "config.json",
+      {{"1", "One", tmp / "c1"}, {"2", "Two", tmp / "c2"}, {"3", "Three", tmp / "c3"}});
   const Env env{{"DEVICE_CONFIG", tmp / "config.json"}};
   // Stopped and joined on every way out, a failed assertion included.
   struct Running {

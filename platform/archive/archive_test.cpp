@@ -35,10 +35,12 @@ Names gathered(const Source& source) {
 // when a folder holds more shapes than it keeps.
 TEST(ArchiveLayoutTest, NamesComeBackExactlyWhateverTheirShape) {
   TempDir dir;
-  Names written = {"x_20240301T140000Z", "a.b_20240301T140000Z.c.mp4", "20240301T140000Z.ts",
-                   "p_20240301T140000Z_20240301T150000Z_e.mp4", "q20240301T140000Zr.MP4",
-                   "y_00000101T000000Z.mp4", "y_99991231T235959Z.mp4", "z_20240301T140000Z."};
-  for (int i = 0; i < 300; ++i) written.push_back("c" + std::to_string(i) + "_20240301T140000Z.mp4");
+  Names written = {"x_20240301T140000Z",     "a.b_20240301T140000Z.c.mp4",
+                   "20240301T140000Z.ts",    "p_20240301T140000Z_20240301T150000Z_e.mp4",
+                   "q20240301T140000Zr.MP4", "y_00000101T000000Z.mp4",
+                   "y_99991231T235959Z.mp4", "z_20240301T140000Z."};
+  for (int i = 0; i < 300; ++i)
+    written.push_back("c" + std::to_string(i) + "_20240301T140000Z.mp4");
   for (const std::string& name : written) addRecording(dir.path(), name, 0);
   std::sort(written.begin(), written.end());
   EXPECT_EQ(gathered(Archive("1", "VGA", "", dir.path(), "")), written);
@@ -52,7 +54,9 @@ TEST(ArchiveLayoutTest, OnlyVisibleRegularFilesAndLinksToThemAreRecordings) {
   writeFile(dir / "target.bin", "12345");
   ASSERT_EQ(symlink((dir / "target.bin").c_str(), (dir / "e_20240301T140400Z.mp4").c_str()), 0);
   ASSERT_EQ(symlink((dir / "nowhere").c_str(), (dir / "f_20240301T140500Z.mp4").c_str()), 0);
-  ASSERT_EQ(symlink((dir / "c_20240301T140200Z.mp4").c_str(), (dir / "g_20240301T140600Z.mp4").c_str()), 0);
+  ASSERT_EQ(
+      symlink((dir / "c_20240301T140200Z.mp4").c_str(), (dir / "g_20240301T140600Z.mp4").c_str()),
+      0);
   EXPECT_EQ(gathered(Archive("1", "VGA", "", dir.path(), "mp4")),
             (Names{"a_20240301T140000Z.mp4", "e_20240301T140400Z.mp4"}));
 }

@@ -22,8 +22,8 @@ using testing_support::TempDir;
 using testing_support::writeFile;
 using Names = std::vector<std::string>;
 
-Names browse(std::deque<detail::FileEntry>& entries, BrowseSortOrder order,
-             unsigned long start, unsigned long limit) {
+Names browse(std::deque<detail::FileEntry>& entries, BrowseSortOrder order, unsigned long start,
+             unsigned long limit) {
   Names names;
   detail::browseFileEntries(entries, order, start, limit, BrowseFilter(),
                             [&](FileInfo& f) { return names.push_back(f.fileName), true; });
@@ -55,8 +55,9 @@ TEST(BrowsePartialSortTest, EveryPageEqualsTheSliceOfAFullSort) {
     for (unsigned long start : {0ul, 1ul, 17ul, n / 2, n - 1, n}) {
       for (unsigned long limit : {1ul, 20ul, 299ul, n}) {
         const std::size_t to = std::min<std::size_t>(start + limit, n);
-        EXPECT_EQ(browse(entries, reverse ? BrowseSortOrder::rtime : BrowseSortOrder::time,
-                         start, limit), Names(want.begin() + start, want.begin() + to))
+        EXPECT_EQ(
+            browse(entries, reverse ? BrowseSortOrder::rtime : BrowseSortOrder::time, start, limit),
+            Names(want.begin() + start, want.begin() + to))
             << "reverse " << reverse << " start " << start << " limit " << limit;
       }
     }
@@ -68,7 +69,10 @@ TEST(BrowsePartialSortTest, EveryPageEqualsTheSliceOfAFullSort) {
 TEST(BrowseDurationTest, HeaderDurationElseTimeWrittenWithinAMonthElseZero) {
   const std::string moovLast =
       testing_support::readFile(std::string(ARCHIVE_TESTDATA) + "/moov_last_5s.mp4");
-  const std::string ftypOnly("\0\0\0\x10" "ftypisom\0\0\0\0", 16);
+  const std::string ftypOnly(
+      "\0\0\0\x10"
+      "ftypisom\0\0\0\0",
+      16);
   const std::string jpeg("\xff\xd8\xff\xe0\0\x10JFIF\0", 11);
   const std::int64_t start = 1709301600;  // 2024-03-01 14:00:00
   const struct {

@@ -2,14 +2,12 @@
 // their line and column, and the once-per-process database.
 #include "cfg/configdb.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "test_support.h"
 
@@ -46,35 +44,24 @@ TEST(ConfigdbTest, OnlyARegularFileOfAtMost16MiBIsRead) {
 // its own prefix cut and its quote of what it read last shortened.
 TEST(ConfigdbTest, BrokenJsonIsOneLineWithLineAndColumn) {
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"", "line 1, column 1: syntax error while parsing value - unexpected end of input; "
-           "expected '[', '{', or a literal"},
-      {"{\r\n\n   ]", "line 3, column 4: syntax error while parsing object key - unexpected "
-                        "']'; expected string literal"},
+      {"",
+       "line 1, column 1: syntax error while parsing value - unexpected end of input; "
+       "expected '[', '{', or a literal"},
+      {"{\r\n\n   ]",
+       "line 3, column 4: syntax error while parsing object key - unexpected "
+       "']'; expected string literal"},
       {std::string("{}\n\0}", 4), "line 2, column 1: a NUL byte"},
       {"{\"a\": \"" + std::string(1000, 'x'),
        "line 1, column 1008: syntax error while parsing value - invalid string: missing "
-       "closing quote; last read: '\"" + std::string(36, 'x') + "...'"},
+       "closing quote; last read: '\"" +
+           std::string(36, 'x') + "...'"},
       {"{\"a\": [1,\n 1e99999]}", "line 2, column 2: number overflow parsing '1e99999'"},
   };
   for (const auto& [text, fault] : cases) {
     EXPECT_EQ(whatOf([&] { cfg::Configdb::parse(text, "/etc/x.json"); }),
-              "/etc/x.json: not valid JSON at " + fault) << text.substr(0, 20);
+              "/etc/x.json: not valid JSON at " + fault)
+        << text.substr(0, 20);
   }
-}
-
-// The only test in this program that touches the process-wide database: it is loaded
-// once, so a failure stays a failure even after the file is repaired.
-TEST(ConfigdbTest, ConfigLoadsDeviceConfigOnceAndRepeatsItsFailure) {
-  TempDir dir;
-  const std::string file = dir / "device.json";
-  ASSERT_EQ(setenv("DEVICE_CONFIG", file.c_str(), 1), 0);
-  for (int call = 1; call <= 2; ++call) {
-    EXPECT_EQ(whatOf([] { cfg::Configdb::config(); }),
-              file + ": cannot read: No such file or directory")
-        << "call " << call;
-    writeFile(file, R"({"media": {}})");  // too late: the first outcome stands
-  }
-  unsetenv("DEVICE_CONFIG");
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // Tests of the media header parsers on real recordings (testdata/, made with ffmpeg)
 // and on copies of them that are truncated or rewritten, and on streams built here.
-#include "media/parsers.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -9,6 +7,7 @@
 #include <string>
 #include <tuple>
 
+#include "media/parsers.h"
 #include "test_support.h"
 
 namespace media {
@@ -26,7 +25,8 @@ Seconds durationOf(const std::string& bytes, const char* extension, int* reads =
   ByteWindows windows;
   ByteRange range = firstRange(bytes.size());
   for (int read = 1; read <= kMaxReads + 1; ++read) {
-    windows.add(range, bytes.substr(std::min<std::size_t>(range.offset, bytes.size()), range.length));
+    windows.add(range,
+                bytes.substr(std::min<std::size_t>(range.offset, bytes.size()), range.length));
     const Answer answer = probeDuration(windows, bytes.size(), extension);
     if (reads) *reads = read;
     if (answer.verdict == Verdict::duration) return answer.seconds;
@@ -52,10 +52,14 @@ void putLe32(std::string& b, std::size_t offset, std::uint32_t v) {
 // that ends before the header (the moov box or the hdrl list) gives no duration.
 TEST(MediaDurationTest, RealSamplesWhateverTheExtensionAndTheirPrefixes) {
   const std::tuple<const char*, const char*, Seconds, const char*> cases[] = {
-      {"moov_first_3s.mp4", "mp4", 3, "moov"},  {"moov_last_5s.mp4", "mp4", 5, "moov"},
-      {"quicktime_7s.mov", "mov", 7, "moov"},   {"riff_5s.avi", "avi", 5, "hdrl"},
-      {"transport_7s.ts", "ts", 7, ""},         {"bluray_4s.m2ts", "m2ts", 4, ""},
-      {"fragmented_mehd_v0_4s.mp4", "mp4", 4, ""}, {"fragmented_mehd_v1_4s.mp4", "mp4", 4, "moov"},
+      {"moov_first_3s.mp4", "mp4", 3, "moov"},
+      {"moov_last_5s.mp4", "mp4", 5, "moov"},
+      {"quicktime_7s.mov", "mov", 7, "moov"},
+      {"riff_5s.avi", "avi", 5, "hdrl"},
+      {"transport_7s.ts", "ts", 7, ""},
+      {"bluray_4s.m2ts", "m2ts", 4, ""},
+      {"fragmented_mehd_v0_4s.mp4", "mp4", 4, ""},
+      {"fragmented_mehd_v1_4s.mp4", "mp4", 4, "moov"},
       {"fragmented_3s.mp4", "mp4", std::nullopt, ""},
       {"fragmented_first_second_in_moov_6s.mp4", "mp4", std::nullopt, ""},
   };

@@ -2,10 +2,10 @@
 // unknown members, and one-line messages for members of the wrong type.
 #include "sysinfo/mminfo.h"
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "test_support.h"
 
@@ -44,7 +44,8 @@ TEST(MMInfoTest, RecordersInOrderWithDefaultsAndAbsoluteFoldersOrTheMemberAtFaul
       {R"({"media": []})", file + "media: expected an object"},
       {R"({"media": {"recorders": {}}})", file + "media.recorders: expected an array"},
       {withRecorders(R"({"id": "1"}, 5)"), file + "media.recorders[1]: expected an object"},
-      {withRecorders(R"({"id": "1"}, {"id": 2})"), file + "media.recorders[1].id: expected a string"},
+      {withRecorders(R"({"id": "1"}, {"id": 2})"),
+       file + "media.recorders[1].id: expected a string"},
       {withRecorders(R"({"label": "x"})"), file + "media.recorders[0].id: missing"},
       {withRecorders(R"({"id": "1"}, {"id": "1", "archiveDirectory": "/a\u0000b"})"),
        file + "media.recorders[1].archiveDirectory: holds a NUL byte"},

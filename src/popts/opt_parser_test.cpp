@@ -73,11 +73,13 @@ TEST(OptParserTest, WalksTheLineAndAppliesItsRules) {
       {ids129, true, "Too many occurrences of Recorders identifiers []"},
       // The rules, in registration order; a dependency is about the option that needs it.
       {{}, true, "Missed required option: --path (-p) [path]"},
-      {{"-p", "/x", "1"}, true,
+      {{"-p", "/x", "1"},
+       true,
        "Option --path (-p) is mutually exclusive with Recorders identifiers [path]"},
       {{"-t", "-a", "1"}, true, "Option --afu (-a) is mutually exclusive with --trash (-t) [afu]"},
       {{"--prefix", "c", "1"}, true, "Missed required option: --path (-p) [prefix]"},
-      {{"--prefix", "c", "-t", "1"}, true,
+      {{"--prefix", "c", "-t", "1"},
+       true,
        "Option --prefix is mutually exclusive with --trash (-t) [prefix]"},
       // Help skips every rule.
       {{"-a", "-t", "-h", "--prefix", "c"}, true, "q0 l10 p r0,0 ids"},

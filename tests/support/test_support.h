@@ -2,13 +2,13 @@
 // one runner of the real `archive` binary, its table of expected runs and its device.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <exception>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 namespace testing_support {
 
@@ -105,7 +105,9 @@ class DeviceTest : public ::testing::Test {
     add(a1, "front_20240301T131000Z.avi", 60, 1709298600, 0, {}, true);
     add(tmp / "a2", "cabin_20240301T140000Z.mov", 70, 1709301600, 0, {"afu"});
     add(tmp / "a4", "roof_20240301T120000Z.mp4", 1000, 1709294400, 0, {"afu"}, true);
-    writeDeviceConfig(config, {{"1", "Front", a1}, {"2", "Cabin", tmp / "a2"}, {"3", "Rear", ""},
+    writeDeviceConfig(config, {{"1", "Front", a1},
+                               {"2", "Cabin", tmp / "a2"},
+                               {"3", "Rear", ""},
                                {"4", "Roof", tmp / "a4"}});
   }
 
