@@ -30,7 +30,8 @@ TEST(ObjstreamTest, ValuesAreWrittenAsCompactJson) {
       {object(true), "true"},
       {object(LLONG_MIN), "-9223372036854775808"},
       {object(static_cast<const char*>(nullptr)), "\"\""},
-      {object("say \"hi\" a\\b\x7f"), "\"say \\\"hi\\\" a\\\\b\x7f\""},
+      {object("say \"hi\""), "\"say \\\"hi\\\"\""},
+      {object("a\\b\x7f"), "\"a\\\\b\x7f\""},
       {object("a\nb\tc\x01\x1f"), R"("a\nb\tc\u0001\u001f")"},
       {object("K\xC3\xB6ln \xE2\x82\xAC"), "\"K\xC3\xB6ln \xE2\x82\xAC\""},
       {object("a\xFF"
@@ -39,6 +40,7 @@ TEST(ObjstreamTest, ValuesAreWrittenAsCompactJson) {
       {top, "{\"B\":2,\"a\\\"b" + fffd + "\":1,\"b\":{\"deep\":false}}"},
   };
   for (const auto& [value, want] : cases) EXPECT_EQ(write(value), want);
+  EXPECT_THROW(object(5LL)["x"], std::logic_error);  // a scalar is no object
 }
 
 }  // namespace
