@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -53,16 +52,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const std::string& w : words) argv.push_back(w.c_str());
 
   std::ostringstream sink;
-  std::streambuf* const out = std::cout.rdbuf(sink.rdbuf());
-  std::streambuf* const err = std::cerr.rdbuf(sink.rdbuf());
   int status = 0;
   try {
-    status = (text[0] & 1 ? statCommand : listCommand)(int(argv.size()), argv.data());
+    status = text[0] & 1 ? statCommand(int(argv.size()), argv.data(), sink, sink)
+                         : listCommand(int(argv.size()), argv.data(), sink, sink);
   } catch (const std::exception&) {
     status = 1;
   }
-  std::cout.rdbuf(out);
-  std::cerr.rdbuf(err);
   if (status < 0 || status > 2) std::abort();
   return 0;
 }

@@ -15,7 +15,7 @@ DirFd::~DirFd() {
 }
 
 void throwFolderError(const std::string& path, int error) {
-  throw std::runtime_error("cannot read archive folder " + path + ": " + std::strerror(error));
+  throw std::runtime_error(path + ": cannot read: " + std::strerror(error));
 }
 
 DirReader::DirReader(const std::string& path, std::shared_ptr<const DirFd>* kept) : path_(path) {

@@ -14,7 +14,16 @@
 #include <stdexcept>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 namespace cfg {
+
+using nlohmann::json;
+
+struct Node::Tree {
+  json root;
+  boost::filesystem::path file;
+};
 
 namespace {
 
@@ -130,8 +139,36 @@ std::pair<std::size_t, std::size_t> lineAndColumn(const std::string& text, std::
 
 }  // namespace
 
-Node::Node(nlohmann::json value, boost::filesystem::path file)
-    : value_(std::move(value)), file_(std::move(file)) {}
+namespace {
+const json& valueOf(const void* value) { return *static_cast<const json*>(value); }
+}  // namespace
+
+bool Node::isObject() const { return valueOf(value_).is_object(); }
+bool Node::isArray() const { return valueOf(value_).is_array(); }
+bool Node::isString() const { return valueOf(value_).is_string(); }
+
+std::optional<Node> Node::member(const std::string& key) const {
+  const json& value = valueOf(value_);
+  if (!value.is_object()) return std::nullopt;
+  const auto it = value.find(key);
+  if (it == value.end()) return std::nullopt;
+  return Node(tree_, &*it);
+}
+
+std::vector<Node> Node::elements() const {
+  std::vector<Node> nodes;
+  const json& value = valueOf(value_);
+  if (!value.is_array()) return nodes;
+  for (const json& element : value) nodes.push_back(Node(tree_, &element));
+  return nodes;
+}
+
+std::string Node::text() const {
+  const json& value = valueOf(value_);
+  return value.is_string() ? value.get<std::string>() : std::string();
+}
+
+const boost::filesystem::path& Node::file() const { return tree_->file; }
 
 Configdb Configdb::load(const boost::filesystem::path& file) { return parse(readAll(file), file); }
 
@@ -144,11 +181,13 @@ Configdb Configdb::parse(const std::string& text, const boost::filesystem::path&
     throw parseError(file, position.first, position.second, "a NUL byte");
   }
   try {
-    return Configdb(Node(nlohmann::json::parse(text), file));
-  } catch (const nlohmann::json::parse_error& e) {
+    auto tree = std::make_shared<Node::Tree>(Node::Tree{json::parse(text), file});
+    const void* root = &tree->root;
+    return Configdb(Node(std::move(tree), root));
+  } catch (const json::parse_error& e) {
     const auto position = lineAndColumn(text, e.byte);
     throw parseError(file, position.first, position.second, jsonReason(e.what()));
-  } catch (const nlohmann::json::out_of_range& e) {
+  } catch (const json::out_of_range& e) {
     // A number too large for a double ("number overflow parsing '1e99999'"): the
     // library gives no position, so point at the first place the number stands.
     const std::string reason = jsonReason(e.what());
@@ -159,7 +198,7 @@ Configdb Configdb::parse(const std::string& text, const boost::filesystem::path&
     if (at == std::string::npos) throw fileError(file, "not valid JSON: " + reason);
     const auto position = lineAndColumn(text, at + 1);
     throw parseError(file, position.first, position.second, reason);
-  } catch (const nlohmann::json::exception& e) {
+  } catch (const json::exception& e) {
     throw fileError(file, "not valid JSON: " + jsonReason(e.what()));
   }
 }

@@ -1,24 +1,38 @@
 // The device configuration: a JSON file read once per process.
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <boost/filesystem/path.hpp>
-#include <nlohmann/json.hpp>
 
 namespace cfg {
 
 // A node of the configuration tree, with the file it came from (for relative paths and
-// for error messages).
+// for error messages). Nodes share their tree, which lives as long as any of them; the
+// JSON library that parsed it stays behind this interface.
 class Node {
  public:
-  Node(nlohmann::json value, boost::filesystem::path file);
-  const nlohmann::json& value() const { return value_; }
-  const boost::filesystem::path& file() const { return file_; }
+  bool isObject() const;
+  bool isArray() const;
+  bool isString() const;
+  // The member `key` of an object; nothing when absent or when this is not an object.
+  std::optional<Node> member(const std::string& key) const;
+  // The elements of an array in order; none when this is not an array.
+  std::vector<Node> elements() const;
+  // The text of a string, which may hold NUL bytes; empty when this is not a string.
+  std::string text() const;
+  const boost::filesystem::path& file() const;
 
  private:
-  nlohmann::json value_;
-  boost::filesystem::path file_;
+  friend class Configdb;
+  struct Tree;  // the parsed document and its file
+  Node(std::shared_ptr<const Tree> tree, const void* value) : tree_(std::move(tree)), value_(value) {}
+
+  std::shared_ptr<const Tree> tree_;
+  const void* value_;  // this node's JSON value, inside tree_
 };
 
 class Configdb {

@@ -7,6 +7,7 @@
 // "archiveDirectory" is taken relative to the folder of the configuration file.
 #include "sysinfo/mminfo.h"
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -16,8 +17,6 @@ namespace sysinfo {
 
 namespace {
 
-using nlohmann::json;
-
 // The single place that words a configuration fault: "<file>: <where>: <fault>".
 std::runtime_error configError(const cfg::Node& root, const std::string& where,
                                const std::string& fault) {
@@ -25,15 +24,15 @@ std::runtime_error configError(const cfg::Node& root, const std::string& where,
 }
 
 // The member `key` of `object` as a string; `fallback` when absent.
-std::string stringMember(const cfg::Node& root, const json& object, const std::string& key,
+std::string stringMember(const cfg::Node& root, const cfg::Node& object, const std::string& key,
                          const std::string& where, const std::string* fallback) {
-  const auto it = object.find(key);
-  if (it == object.end()) {
+  const std::optional<cfg::Node> member = object.member(key);
+  if (!member) {
     if (!fallback) throw configError(root, where + "." + key, "missing");
     return *fallback;
   }
-  if (!it->is_string()) throw configError(root, where + "." + key, "expected a string");
-  std::string text = it->get<std::string>();
+  if (!member->isString()) throw configError(root, where + "." + key, "expected a string");
+  std::string text = member->text();
   // "\u0000" is valid JSON, but a path or an id cut at the NUL would name something else.
   if (text.find('\0') != std::string::npos)
     throw configError(root, where + "." + key, "holds a NUL byte");
@@ -57,19 +56,19 @@ std::string archiveFolder(const cfg::Node& root, const std::string& directory) {
 // The recorder list of `root`, whole or not at all.
 std::vector<std::shared_ptr<RecorderInfo>> readRecorders(const cfg::Node& root) {
   std::vector<std::shared_ptr<RecorderInfo>> recorders;
-  const json& top = root.value();
-  if (!top.is_object()) throw configError(root, "top level", "expected an object");
-  const auto media = top.find("media");
-  if (media == top.end()) return recorders;
-  if (!media->is_object()) throw configError(root, "media", "expected an object");
-  const auto list = media->find("recorders");
-  if (list == media->end()) return recorders;
-  if (!list->is_array()) throw configError(root, "media.recorders", "expected an array");
+  if (!root.isObject()) throw configError(root, "top level", "expected an object");
+  const std::optional<cfg::Node> media = root.member("media");
+  if (!media) return recorders;
+  if (!media->isObject()) throw configError(root, "media", "expected an object");
+  const std::optional<cfg::Node> list = media->member("recorders");
+  if (!list) return recorders;
+  if (!list->isArray()) throw configError(root, "media.recorders", "expected an array");
   const std::string empty;
-  for (std::size_t i = 0; i < list->size(); ++i) {
-    const json& entry = (*list)[i];
+  const std::vector<cfg::Node> entries = list->elements();
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const cfg::Node& entry = entries[i];
     const std::string where = "media.recorders[" + std::to_string(i) + "]";
-    if (!entry.is_object()) throw configError(root, where, "expected an object");
+    if (!entry.isObject()) throw configError(root, where, "expected an object");
     auto recorder = std::make_shared<RecorderInfo>();
     recorder->id = stringMember(root, entry, "id", where, nullptr);
     recorder->label = stringMember(root, entry, "label", where, &empty);

@@ -3,6 +3,7 @@
 // by folder and name prefix. Also the AFU-queue and trash views of such a set.
 #pragma once
 
+#include <deque>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -51,3 +52,12 @@ std::shared_ptr<sysinfo::RecorderInfo> findRecorder(const Recorders& recorders,
 // are valid while the set is.
 std::vector<archive::AFUQueue const*> afuQueues(const ArchiveSet& set);
 std::vector<archive::Trash const*> trashes(const ArchiveSet& set);
+
+// The entries of every member of `sources` (a set, its AFU queues or its trashes) in one
+// deque, member after member, so that one browse sorts, pages or counts them together.
+template <typename Sources>
+std::deque<archive::detail::FileEntry> gatherEntries(const Sources& sources) {
+  std::deque<archive::detail::FileEntry> entries;
+  for (const auto& source : sources) source->appendEntries(entries);
+  return entries;
+}

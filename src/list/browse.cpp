@@ -1,9 +1,11 @@
 // The browse driver: one gathered deque, one library browse, one formatter pass.
 #include "list/browse.h"
 
-#include <deque>
+#include <ctime>
 #include <functional>
 #include <utility>
+
+#include "archive_access/archive_access.h"
 
 namespace {
 
@@ -28,9 +30,7 @@ void browseFiles(const Set& set, const BrowseOptions& options, std::ostream& out
                  IBrowseFilesFormatter* formatter) {
   const archive::BrowseFilter filter = makeStartTimeFilter(options.range);
   formatter->begin(out);
-  // One deque for the whole set, so that sorting and paging see every source at once.
-  std::deque<archive::detail::FileEntry> entries;
-  for (const auto& member : set) member->appendEntries(entries);
+  std::deque<archive::detail::FileEntry> entries = gatherEntries(set);
   archive::detail::browseFileEntries(entries, options.sortOrder, options.start, options.limit,
                                      filter, [formatter, &out](archive::FileInfo& file) {
                                        formatter->format(out, file);
@@ -45,3 +45,11 @@ template void browseFiles(const std::vector<archive::AFUQueue const*>&, const Br
                           std::ostream&, IBrowseFilesFormatter*);
 template void browseFiles(const std::vector<archive::Trash const*>&, const BrowseOptions&,
                           std::ostream&, IBrowseFilesFormatter*);
+
+std::string localTimeText(std::int64_t seconds, const char* format) {
+  const std::time_t t = static_cast<std::time_t>(seconds);
+  std::tm local;
+  if (localtime_r(&t, &local) == nullptr || local.tm_year > 9999 - 1900) return std::string();
+  char buffer[64];
+  return std::string(buffer, std::strftime(buffer, sizeof buffer, format, &local));
+}

@@ -3,8 +3,10 @@
 // file to a formatter.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <ostream>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -46,3 +48,8 @@ extern template void browseFiles(const std::vector<archive::AFUQueue const*>&,
                                  const BrowseOptions&, std::ostream&, IBrowseFilesFormatter*);
 extern template void browseFiles(const std::vector<archive::Trash const*>&,
                                  const BrowseOptions&, std::ostream&, IBrowseFilesFormatter*);
+
+// `seconds` since the epoch in local time as strftime writes it with `format`; empty when
+// the C library cannot represent it or its year has five digits, so that a column is left
+// empty rather than shifted.
+std::string localTimeText(std::int64_t seconds, const char* format);

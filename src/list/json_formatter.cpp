@@ -1,7 +1,6 @@
 // The JSON formatter of the list command.
 #include "list/json_formatter.h"
 
-#include <ctime>
 #include <utility>
 
 #include "objstream/objstream.h"
@@ -27,7 +26,7 @@ void addMembers(objstream::object& record, char letter, archive::FileInfo& file)
       record["locked"] = objstream::object(file.isLocked());
       break;
     case 'T':
-      record["created"] = objstream::object(isoLocalTimeText(file.getStartTime()));
+      record["created"] = objstream::object(localTimeText(file.getStartTime(), "%FT%T%z"));
       break;
     case 't':
       record["created"] = integer(file.getStartTime());
@@ -82,12 +81,3 @@ std::ostream& JsonBrowseFilesFormatter::format(std::ostream& out, archive::FileI
 }
 
 std::ostream& JsonBrowseFilesFormatter::end(std::ostream& out) { return out << ']'; }
-
-std::string isoLocalTimeText(std::int64_t seconds) {
-  const std::time_t t = static_cast<std::time_t>(seconds);
-  const std::tm* local = std::localtime(&t);
-  if (local == nullptr) return std::string();
-  char buffer[25];  // 24 characters and the terminating zero
-  if (std::strftime(buffer, sizeof buffer, "%FT%T%z", local) == 0) return std::string();
-  return buffer;
-}

@@ -26,7 +26,3 @@ class JsonBrowseFilesFormatter : public IBrowseFilesFormatter {
   std::string columnFormat_;
   std::uint64_t count_ = 0;  // files written so far: a comma precedes all but the first
 };
-
-// `seconds` since the epoch in local time as ISO 8601 with the zone offset, e.g.
-// "2024-03-01T14:05:09+0100"; empty when the C library cannot represent it.
-std::string isoLocalTimeText(std::int64_t seconds);

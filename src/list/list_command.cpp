@@ -2,6 +2,7 @@
 // and lists their files through the text or the JSON formatter.
 #include "list/list_command.h"
 
+#include <cstring>
 #include <iostream>
 #include <memory>
 #include <ostream>
@@ -13,6 +14,25 @@
 #include "list/json_formatter.h"
 #include "list/shell_formatter.h"
 #include "popts/popts.h"
+
+// Grammar of --sort: t|time (ascending) or rt|rtime (descending), case-sensitive like
+// every other fixed word of an option value.
+namespace popts {
+template <>
+struct OptValueParser<archive::BrowseSortOrder> {
+  static bool parse(const char* text, archive::BrowseSortOrder& out) {
+    if (std::strcmp(text, "t") == 0 || std::strcmp(text, "time") == 0) {
+      out = archive::BrowseSortOrder::time;
+      return true;
+    }
+    if (std::strcmp(text, "rt") == 0 || std::strcmp(text, "rtime") == 0) {
+      out = archive::BrowseSortOrder::rtime;
+      return true;
+    }
+    return false;
+  }
+};
+}  // namespace popts
 
 namespace {
 
@@ -30,7 +50,7 @@ std::string extensionList(const std::string& value) {
 
 }  // namespace
 
-int listCommand(int argc, const char* const argv[]) {
+int listCommand(int argc, const char* const argv[], std::ostream& out, std::ostream& err) {
   std::string columnFormat = "ATSDNF";
   bool quote = false;
   BrowseOptions browse;
@@ -64,12 +84,12 @@ int listCommand(int argc, const char* const argv[]) {
   try {
     parser.parse(argc, argv, true);
   } catch (popts::OptException& e) {
-    std::cerr << e.message << std::endl;
+    err << e.message << std::endl;
     return 2;
   }
   if (parser.helpRequested()) {
-    printListHelp(std::cout);
-    parser.printUsage();
+    printListHelp(out);
+    parser.printUsage(out);
     return 1;
   }
 
@@ -88,11 +108,15 @@ int listCommand(int argc, const char* const argv[]) {
   }
 
   if (afu.value()) {
-    browseFiles(afuQueues(archives), browse, std::cout, formatter.get());
+    browseFiles(afuQueues(archives), browse, out, formatter.get());
   } else if (trash.value()) {
-    browseFiles(trashes(archives), browse, std::cout, formatter.get());
+    browseFiles(trashes(archives), browse, out, formatter.get());
   } else {
-    browseFiles(archives, browse, std::cout, formatter.get());
+    browseFiles(archives, browse, out, formatter.get());
   }
   return 0;
+}
+
+int listCommand(int argc, const char* const argv[]) {
+  return listCommand(argc, argv, std::cout, std::cerr);
 }

@@ -1,7 +1,6 @@
 // The text formatter of the list command.
 #include "list/shell_formatter.h"
 
-#include <ctime>
 #include <utility>
 
 #include <boost/format.hpp>
@@ -33,7 +32,7 @@ void ShellBrowseFilesFormatter::writeColumn(std::ostream& out, char letter,
           << (file.isLocked() ? 'L' : '-') << "--";
       break;
     case 'T':
-      out << localTimeText(file.getStartTime());
+      out << localTimeText(file.getStartTime(), "%Y-%m-%d %H:%M:%S");
       break;
     case 't':
       out << file.getStartTime();
@@ -88,17 +87,4 @@ std::string durationText(std::int64_t seconds) {
   return (boost::format("%d:%02d:%02d") % (seconds / 3600) % (seconds / 60 % 60) %
           (seconds % 60))
       .str();
-}
-
-std::string localTimeText(std::int64_t seconds) {
-  const std::time_t t = static_cast<std::time_t>(seconds);
-  const std::tm* local = std::localtime(&t);
-  if (local == nullptr) return std::string();
-  char buffer[20];
-  // 19 characters and the terminating zero; a year beyond 9999 does not fit and
-  // leaves the column empty rather than cut.
-  if (std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", local) == 0) {
-    return std::string();
-  }
-  return buffer;
 }

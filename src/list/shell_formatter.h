@@ -36,7 +36,3 @@ class ShellBrowseFilesFormatter : public IBrowseFilesFormatter {
 
 // "m:ss" below one hour, "h:mm:ss" from 3600 seconds on; divisions truncate toward zero.
 std::string durationText(std::int64_t seconds);
-
-// `seconds` since the epoch in local time as "YYYY-MM-DD hh:mm:ss"; empty when the C
-// library cannot represent it.
-std::string localTimeText(std::int64_t seconds);

@@ -15,9 +15,9 @@
 namespace {
 
 const CommandEntry kCommands[] = {
-    {"help", "h", "show help on a specific command", helpCommand},
-    {"list", "ls", "list archive files", listCommand},
-    {"stat", "st", "archive statistics", statCommand},
+    {"help", "h", "show help on a specific command", helpCommand, helpCommand},
+    {"list", "ls", "list archive files", listCommand, listCommand},
+    {"stat", "st", "archive statistics", statCommand, statCommand},
 };
 
 const char kUsageHint[] = "Type 'archive help' for usage.";
@@ -69,7 +69,7 @@ int helpCommand(int argc, const char* const argv[], std::ostream& out, std::ostr
   }
   // Exactly two entries and no terminating null: handlers go by the count.
   const char* const helpArgs[2] = {argv[1], "--help"};
-  return entry->handler(2, helpArgs);
+  return entry->run(2, helpArgs, out, err);
 }
 
 int helpCommand(int argc, const char* const argv[]) {
@@ -96,7 +96,7 @@ int dispatch(int argc, const char* const argv[], std::ostream& out, std::ostream
   }
   try {
     // The handler sees its command word as typed in argv[0].
-    return entry->handler(argc - 1, argv + 1);
+    return entry->run(argc - 1, argv + 1, out, err);
   } catch (const std::exception& e) {
     err << e.what() << std::endl;
     return 1;

@@ -8,12 +8,16 @@
 // A command handler: argv[0] is the command word as typed, argc counts it, and argv has
 // no terminating null entry. Returns the exit status.
 using CommandHandler = int (*)(int argc, const char* const argv[]);
+// The same handler writing its results to `out` and its messages to `err`.
+using StreamCommandHandler = int (*)(int argc, const char* const argv[], std::ostream& out,
+                                     std::ostream& err);
 
 struct CommandEntry {
   const char* name;
   const char* alias;
   const char* description;  // one line of the general help
-  CommandHandler handler;
+  CommandHandler handler;   // on std::cout and std::cerr
+  StreamCommandHandler run;  // what the dispatcher calls, with its own streams
 };
 
 std::size_t commandCount();

@@ -13,8 +13,6 @@
 #include <utility>
 #include <vector>
 
-#include "archive/archive.h"
-
 namespace popts {
 
 class Opt;
@@ -93,7 +91,8 @@ class Opt : private detail::NonCopyable {
 };
 
 // Converts the text of a value into T; returns false when the text is not a T.
-// Numbers are read with base 0 (decimal, 0x hexadecimal, leading-0 octal).
+// Numbers are read with base 0 (decimal, 0x hexadecimal, leading-0 octal). A command
+// that needs a value type of its own specialises this template beside its handler.
 template <typename T>
 struct OptValueParser;
 
@@ -117,11 +116,6 @@ template <>
 struct OptValueParser<bool> {
   // 1/y/yes/on/true and 0/n/no/off/false, ignoring case.
   static bool parse(const char* text, bool& out);
-};
-template <>
-struct OptValueParser<archive::BrowseSortOrder> {
-  // "t"/"time" and "rt"/"rtime", exactly.
-  static bool parse(const char* text, archive::BrowseSortOrder& out);
 };
 template <>
 struct OptValueParser<std::pair<long, long>> {

@@ -3,7 +3,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "popts/popts.h"
 
@@ -53,21 +52,6 @@ bool OptValueParser<bool>::parse(const char* text, bool& out) {
       out = false;
       return true;
     }
-  }
-  return false;
-}
-
-// Grammar: t|time (ascending) or rt|rtime (descending), case-sensitive like every other
-// fixed word of an option value.
-bool OptValueParser<archive::BrowseSortOrder>::parse(const char* text,
-                                                     archive::BrowseSortOrder& out) {
-  if (std::strcmp(text, "t") == 0 || std::strcmp(text, "time") == 0) {
-    out = archive::BrowseSortOrder::time;
-    return true;
-  }
-  if (std::strcmp(text, "rt") == 0 || std::strcmp(text, "rtime") == 0) {
-    out = archive::BrowseSortOrder::rtime;
-    return true;
   }
   return false;
 }

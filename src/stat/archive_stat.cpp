@@ -1,8 +1,9 @@
 // Counting and printing of archive statistics.
 #include "stat/archive_stat.h"
 
-#include <deque>
 #include <iostream>
+
+#include "archive_access/archive_access.h"
 
 namespace {
 
@@ -37,10 +38,8 @@ bool countFile(ArchiveStat& stat, archive::FileInfo& file) {
 template <typename Sources>
 ArchiveStat statArchives(const Sources& sources) {
   ArchiveStat stat;
-  // One collection for the whole set, then one browse: the totals need no order, so
-  // nothing is sorted, filtered or paged.
-  std::deque<archive::detail::FileEntry> entries;
-  for (const auto& source : sources) source->appendEntries(entries);
+  // The totals need no order, so nothing is sorted, filtered or paged.
+  std::deque<archive::detail::FileEntry> entries = gatherEntries(sources);
   archive::BrowseFilter everything;
   archive::detail::browseFileEntries(
       entries, archive::BrowseSortOrder::none, 0, 0, everything,

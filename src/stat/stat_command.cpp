@@ -24,7 +24,7 @@ void printStatHelp(std::ostream& out) {
 
 }  // namespace
 
-int statCommand(int argc, const char* const argv[]) {
+int statCommand(int argc, const char* const argv[], std::ostream& out, std::ostream& err) {
   popts::OptParser parser;
   // Declaration order is the order of the usage lines.
   popts::OptionValue<std::string> path(parser, 'p', "path", "Single channel path", 1, true);
@@ -44,12 +44,12 @@ int statCommand(int argc, const char* const argv[]) {
   try {
     parser.parse(argc, argv, true);
   } catch (const popts::OptException& e) {
-    std::cerr << e.message << std::endl;
+    err << e.message << std::endl;
     return 2;
   }
   if (parser.helpRequested()) {
-    printStatHelp(std::cout);
-    parser.printUsage();
+    printStatHelp(out);
+    parser.printUsage(out);
     return 1;
   }
 
@@ -58,11 +58,15 @@ int statCommand(int argc, const char* const argv[]) {
 
   const bool asJson = json.count != 0;
   if (afu.count != 0) {
-    printArchiveStat(std::cout, statArchives(afuQueues(archives)), StatSource::afu, asJson);
+    printArchiveStat(out, statArchives(afuQueues(archives)), StatSource::afu, asJson);
   } else if (trash.count != 0) {
-    printArchiveStat(std::cout, statArchives(trashes(archives)), StatSource::trash, asJson);
+    printArchiveStat(out, statArchives(trashes(archives)), StatSource::trash, asJson);
   } else {
-    printArchiveStat(std::cout, statArchives(archives), StatSource::archives, asJson);
+    printArchiveStat(out, statArchives(archives), StatSource::archives, asJson);
   }
   return 0;
+}
+
+int statCommand(int argc, const char* const argv[]) {
+  return statCommand(argc, argv, std::cout, std::cerr);
 }

@@ -1,6 +1,11 @@
 // The `stat` command: counts the files of archives, AFU queues or trashes and their bytes.
 #pragma once
 
-// Handler: argv[0] is the command word as typed. Returns 0 after the totals, 1 after the
-// help screen, 2 after an option error.
+#include <iosfwd>
+
+// Handler: argv[0] is the command word as typed. Writes the totals and the help screen
+// to `out`, option errors to `err`. Returns 0 after the totals, 1 after the help screen,
+// 2 after an option error.
+int statCommand(int argc, const char* const argv[], std::ostream& out, std::ostream& err);
+// The same on std::cout and std::cerr.
 int statCommand(int argc, const char* const argv[]);

@@ -1,6 +1,8 @@
-// Fixtures shared by the tests: temporary folders, archive trees, device configurations
-// and running the real `archive` binary.
+// Fixtures shared by the tests: temporary folders, recordings, device configurations, the
+// one runner of the real `archive` binary, its table of expected runs and its device.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <exception>
@@ -18,7 +20,6 @@ class TempDir {
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
   const std::string& path() const { return path_; }
-  // path() + "/" + relative
   std::string operator/(const std::string& relative) const { return path_ + "/" + relative; }
 
  private:
@@ -27,45 +28,30 @@ class TempDir {
 
 // Writes `content` to `path`, creating missing parent folders.
 void writeFile(const std::string& path, const std::string& content);
-// Creates `path` and its parents.
 void makeDirs(const std::string& path);
-// Sets the modification time of `path` (seconds since the epoch).
-void setMtime(const std::string& path, std::int64_t seconds);
 std::string readFile(const std::string& path);
+void setMtime(const std::string& path, std::int64_t seconds);
 
-// A recorder entry of a device configuration.
 struct Recorder {
-  std::string id;
-  std::string label;
-  std::string archiveDirectory;  // written as given: absolute, relative or empty
+  std::string id, label, archiveDirectory;  // the folder written as given
 };
-// Writes a device configuration naming `recorders` to `file`.
 void writeDeviceConfig(const std::string& file, const std::vector<Recorder>& recorders);
 
-// One recording in an archive folder `dir`: writes <dir>/[.trash/]<name> with `size`
-// bytes (an MP4 without a movie header: its duration is its modification time less its
-// start), and an empty marker file in <dir>/.<marker>/ for each of `markers`
-// ("afu", "locked", "downloaded", "recording").
+// Writes <dir>/[.trash/]<name>: `size` bytes of an MP4 with no movie header yet (its
+// duration is its modification time less its start), and an empty marker
+// <dir>/.<marker>/<name> for each of `markers` ("afu", "locked", "downloaded", "recording").
 void addRecording(const std::string& dir, const std::string& name, std::size_t size,
                   const std::vector<std::string>& markers = {}, bool inTrash = false);
 
 struct RunResult {
-  std::string out;
-  std::string err;
-  int status = -1;   // exit status; 128 + signal number when killed
-  bool timedOut = false;
+  std::string out, err;
+  int status = -1;  // the exit status; 128 + the signal number when killed
 };
-
 using Env = std::vector<std::pair<std::string, std::string>>;
 
-// Runs the built `archive` binary with `args`, the current environment plus `env`
-// (a value overrides), and no standard input. Kills it after `timeoutSeconds`.
-RunResult runArchive(const std::vector<std::string>& args, const Env& env = {},
-                     int timeoutSeconds = 20);
-
-// Runs any program (looked up in PATH) the same way, with `input` on its standard input.
-RunResult runProgram(const std::vector<std::string>& argv, const std::string& input = "",
-                     const Env& env = {}, int timeoutSeconds = 20);
+// Runs the built `archive` binary with `args` and the environment plus `env`, with no
+// standard input; killed after 20 seconds.
+RunResult runArchive(const std::vector<std::string>& args, const Env& env = {});
 
 // The what() of the std::exception that `action` throws, or "no error".
 template <typename Action>
@@ -77,5 +63,69 @@ std::string whatOf(Action&& action) {
   }
   return "no error";
 }
+
+// One run of the binary: its arguments and everything it must print and return.
+struct Expected {
+  std::vector<std::string> args;
+  std::string out, err;
+  int status;
+};
+
+// Runs every case with `env` and compares stdout, stderr and status byte for byte.
+inline void expectRuns(const std::vector<Expected>& cases, const Env& env = {}) {
+  for (const Expected& c : cases) {
+    const RunResult got = runArchive(c.args, env);
+    const std::string name = ::testing::PrintToString(c.args);
+    EXPECT_EQ(c.out, got.out) << name;
+    EXPECT_EQ(c.err, got.err) << name;
+    EXPECT_EQ(c.status, got.status) << name;
+  }
+}
+
+// Four recorders; start times in UTC on 2024-03-01, sizes in bytes:
+//   "1" Front  a1/         14:05:09 mp4  100  0 s     downloaded
+//                          14:10:00 mp4  200  3600 s  locked, queued, event "alarm-17"
+//                          14:20:00 ts   300  59 s    recording
+//                          14:25:00 jpg   10          outside the default extensions
+//                          14:30:00 MP4   20  3599 s
+//              a1/.trash/  13:00:00 mp4   50          queued
+//                          13:10:00 avi   60
+//   "2" Cabin  a2/         14:00:00 mov   70          queued
+//   "3" Rear   no archive folder
+//   "4" Roof   a4/.trash/  12:00:00 mp4 1000          queued: a queue of deleted files only
+class DeviceTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    add(a1, "front_20240301T140509Z.mp4", 100, 1709301909, 0, {"downloaded"});
+    add(a1, "front_20240301T141000Z_alarm-17.mp4", 200, 1709302200, 3600, {"locked", "afu"});
+    add(a1, "front_20240301T142000Z.ts", 300, 1709302800, 59, {"recording"});
+    add(a1, "front_20240301T142500Z.jpg", 10, 1709303100, 0, {});
+    add(a1, "front_20240301T143000Z.MP4", 20, 1709303400, 3599, {});
+    add(a1, "front_20240301T130000Z.mp4", 50, 1709298000, 0, {"afu"}, true);
+    add(a1, "front_20240301T131000Z.avi", 60, 1709298600, 0, {}, true);
+    add(tmp / "a2", "cabin_20240301T140000Z.mov", 70, 1709301600, 0, {"afu"});
+    add(tmp / "a4", "roof_20240301T120000Z.mp4", 1000, 1709294400, 0, {"afu"}, true);
+    writeDeviceConfig(config, {{"1", "Front", a1},
+                               {"2", "Cabin", tmp / "a2"},
+                               {"3", "Rear", ""},
+                               {"4", "Roof", tmp / "a4"}});
+  }
+
+  // A recording that started at `start` and was written for `duration` seconds.
+  static void add(const std::string& dir, const std::string& name, std::size_t size,
+                  std::int64_t start, std::int64_t duration,
+                  const std::vector<std::string>& markers, bool inTrash = false) {
+    addRecording(dir, name, size, markers, inTrash);
+    setMtime(dir + (inTrash ? "/.trash/" : "/") + name, start + duration);
+  }
+
+  Env env(const std::string& zone = "UTC") const {
+    return {{"DEVICE_CONFIG", config}, {"TZ", zone}};
+  }
+
+  TempDir tmp;
+  const std::string config = tmp / "config.json";
+  const std::string a1 = tmp / "a1";
+};
 
 }  // namespace testing_support

@@ -24,7 +24,7 @@ class DirFd {
   int fd_;
 };
 
-// Throws std::runtime_error "cannot read archive folder <path>: <reason>".
+// Throws std::runtime_error "<path>: cannot read: <reason>".
 [[noreturn]] void throwFolderError(const std::string& path, int error);
 
 // An open folder; `open()` is false when it does not exist, any other failure throws

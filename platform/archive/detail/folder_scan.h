@@ -26,7 +26,7 @@ struct ScanRequest {
 
 // Reads folder `request.path` once and appends an entry per selected recording; the
 // names go to `store`. A missing folder appends nothing; any other failure throws
-// std::runtime_error "cannot read archive folder <path>: <reason>".
+// std::runtime_error "<path>: cannot read: <reason>".
 void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileEntry>& out);
 
 }  // namespace archive::detail
