@@ -165,11 +165,16 @@ int main(int argc, char** argv) {
     return 2;
   }
   enum mode m;
-  if (strcmp(argv[1], "getdents") == 0) m = kGetdents;
-  else if (strcmp(argv[1], "stat") == 0) m = kStat;
-  else if (strcmp(argv[1], "read") == 0) m = kRead;
-  else if (strcmp(argv[1], "seq") == 0) m = kSeq;
-  else if (strcmp(argv[1], "uring") == 0) m = kUring;
+  if (strcmp(argv[1], "getdents") == 0)
+    m = kGetdents;
+  else if (strcmp(argv[1], "stat") == 0)
+    m = kStat;
+  else if (strcmp(argv[1], "read") == 0)
+    m = kRead;
+  else if (strcmp(argv[1], "seq") == 0)
+    m = kSeq;
+  else if (strcmp(argv[1], "uring") == 0)
+    m = kUring;
   else {
     fprintf(stderr, "floor: unknown mode '%s'\n", argv[1]);
     return 2;

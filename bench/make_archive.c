@@ -145,16 +145,18 @@ int main(int argc, char** argv) {
   if (!cfg) die("create %s", path);
   fprintf(cfg, "{\n  \"media\": {\n    \"recorders\": [\n");
   for (int r = 1; r <= recorders; ++r)
-    fprintf(cfg, "      { \"id\": \"%d\", \"label\": \"Camera %d\", \"archiveDirectory\": \"archive/%d\" }%s\n",
+    fprintf(cfg,
+            "      { \"id\": \"%d\", \"label\": \"Camera %d\", \"archiveDirectory\": "
+            "\"archive/%d\" }%s\n",
             r, r, r, r < recorders ? "," : "");
   fprintf(cfg, "    ]\n  }\n}\n");
   fclose(cfg);
 
-  struct tm newestTm = {.tm_year = 2026 - 1900, .tm_mon = 10, .tm_mday = 20,
-                        .tm_hour = 23, .tm_min = 59};
+  struct tm newestTm = {
+      .tm_year = 2026 - 1900, .tm_mon = 10, .tm_mday = 20, .tm_hour = 23, .tm_min = 59};
   const time_t newest = timegm(&newestTm);
   static const char* const kMarkers[] = {"afu", "locked", "downloaded", "recording", "trash"};
-  long counts[6] = {0};  /* afu locked downloaded recording trash events */
+  long counts[6] = {0}; /* afu locked downloaded recording trash events */
   long perRecorder = files / recorders;
 
   for (int r = 1; r <= recorders; ++r) {
@@ -210,18 +212,20 @@ int main(int argc, char** argv) {
   fmtPath(path, sizeof path, "%s/bench.env", dir);
   FILE* env = fopen(path, "w");
   if (!env) die("create %s", path);
-  fprintf(env, "FILES=%ld\nRECORDERS=%d\nTRASHED=%ld\nLISTED=%ld\n", files, recorders,
-          counts[4], files - counts[4]);
-  fprintf(env, "QUEUED=%ld\nLOCKED=%ld\nDOWNLOADED=%ld\nRECORDING=%ld\nEVENTS=%ld\n",
-          counts[0], counts[1], counts[2], counts[3], counts[5]);
+  fprintf(env, "FILES=%ld\nRECORDERS=%d\nTRASHED=%ld\nLISTED=%ld\n", files, recorders, counts[4],
+          files - counts[4]);
+  fprintf(env, "QUEUED=%ld\nLOCKED=%ld\nDOWNLOADED=%ld\nRECORDING=%ld\nEVENTS=%ld\n", counts[0],
+          counts[1], counts[2], counts[3], counts[5]);
   fprintf(env, "DAY_LO=%lld\nDAY_HI=%lld\nDAY_NAME=%s\n", (long long)dayLo,
           (long long)dayLo + 86399, dayName);
   fprintf(env, "DIRS=(");
-  for (int r = 1; r <= recorders; ++r) fprintf(env, "%s\"%s/archive/%d\"", r > 1 ? " " : "", dir, r);
+  for (int r = 1; r <= recorders; ++r)
+    fprintf(env, "%s\"%s/archive/%d\"", r > 1 ? " " : "", dir, r);
   fprintf(env, ")\n");
   fclose(env);
-  printf("made %s: %ld recordings in %d recorders (%ld in trash), %ld queued, %ld locked, "
-         "%ld downloaded, %ld recording, %ld with an event id\n",
-         dir, files, recorders, counts[4], counts[0], counts[1], counts[2], counts[3], counts[5]);
+  printf(
+      "made %s: %ld recordings in %d recorders (%ld in trash), %ld queued, %ld locked, "
+      "%ld downloaded, %ld recording, %ld with an event id\n",
+      dir, files, recorders, counts[4], counts[0], counts[1], counts[2], counts[3], counts[5]);
   return 0;
 }

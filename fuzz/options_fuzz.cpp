@@ -24,12 +24,13 @@ void makeDevice() {
   if (!mkdtemp(base)) std::abort();
   root = base;
   std::atexit(removeDevice);
-  const std::string script = "mkdir -p " + root + "/w/1/.afu " + root + "/w/1/.trash " + root +
-                             "/w/2 && cd " + root + "/w && touch 1/front_20261120T171500Z.mp4 " +
-                             "1/.afu/front_20261120T171500Z.mp4 1/.trash/front_20261119T101010Z.ts " +
-                             "2/cabin.avi && printf '{\"media\":{\"recorders\":[{\"id\":\"1\"," +
-                             "\"archiveDirectory\":\"1\"},{\"id\":\"2\",\"archiveDirectory\":\"2\"}," +
-                             "{\"id\":\"3\"}]}}' > device.json";
+  const std::string script =
+      "mkdir -p " + root + "/w/1/.afu " + root + "/w/1/.trash " + root + "/w/2 && cd " + root +
+      "/w && touch 1/front_20261120T171500Z.mp4 " +
+      "1/.afu/front_20261120T171500Z.mp4 1/.trash/front_20261119T101010Z.ts " +
+      "2/cabin.avi && printf '{\"media\":{\"recorders\":[{\"id\":\"1\"," +
+      "\"archiveDirectory\":\"1\"},{\"id\":\"2\",\"archiveDirectory\":\"2\"}," +
+      "{\"id\":\"3\"}]}}' > device.json";
   if (std::system(script.c_str()) != 0) std::abort();
   setenv("DEVICE_CONFIG", (root + "/w/device.json").c_str(), 1);
   setenv("TZ", "UTC", 1);

@@ -1,11 +1,11 @@
 // The two ways a listing reads headers, batches through io_uring and one file after
 // another (ARCHIVE_IO_URING=0), give the same bytes: on the example device, and on a
 // recorder with enough recordings for several batches.
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "test_support.h"
 
@@ -47,11 +47,12 @@ TEST(ReadPathsTest, ExampleDeviceAndManyBatchesListTheSameBytes) {
     const fs::path& from = media[std::size_t(i) % media.size()];
     char name[64];
     std::snprintf(name, sizeof name, "cam_20261121T%02d%02d00Z", i / 60, i % 60);
-    const std::string to = dir / ("archive/" + (i % 9 == 0 ? std::string(".trash/") : "") +
-                                  name + from.extension().string());
+    const std::string to = dir / ("archive/" + (i % 9 == 0 ? std::string(".trash/") : "") + name +
+                                  from.extension().string());
     testing_support::writeFile(to, testing_support::readFile(from.string()));
-    if (i % 7 == 0) testing_support::writeFile(dir / (std::string("archive/.afu/") + name +
-                                                      from.extension().string()), "");
+    if (i % 7 == 0)
+      testing_support::writeFile(
+          dir / (std::string("archive/.afu/") + name + from.extension().string()), "");
   }
   testing_support::writeDeviceConfig(dir / "config.json", {{"1", "Many", dir / "archive"}});
 

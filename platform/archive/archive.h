@@ -4,14 +4,13 @@
 // docs/archive-layout.md.
 #pragma once
 
+#include <boost/filesystem/path.hpp>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <boost/filesystem/path.hpp>
 
 namespace archive {
 
@@ -77,8 +76,8 @@ struct FileEntry {
   std::int64_t startTime = 0;    // seconds since the epoch, UTC
   std::uint32_t nameOffset = 0;  // of the stored part, into folder->names
   std::uint16_t nameLength = 0;
-  std::uint8_t flags = 0;        // EntryFlag bits known when gathered (detail/markers.h)
-  std::uint8_t shape = 0;        // 0: the stored part is the name, else see Folder
+  std::uint8_t flags = 0;  // EntryFlag bits known when gathered (detail/markers.h)
+  std::uint8_t shape = 0;  // 0: the stored part is the name, else see Folder
 };
 }  // namespace detail
 
@@ -88,9 +87,9 @@ class FileInfo {
  public:
   FileInfo(const detail::FileEntry& entry);
 
-  std::string getName();     // the file name without its extension
-  std::string getEventId();  // the event id of the name, or empty
-  std::int64_t getSize();    // bytes
+  std::string getName();        // the file name without its extension
+  std::string getEventId();     // the event id of the name, or empty
+  std::int64_t getSize();       // bytes
   std::int64_t getStartTime();  // seconds since the epoch, UTC
   std::int64_t getDuration();   // whole seconds
   bool isRecording();
@@ -129,7 +128,7 @@ class FileInfo {
   std::int64_t mtime_ = 0;      // valid when size_ >= 0
   std::int64_t duration_ = -1;  // -1: not read yet
   std::uint8_t flags_ = 0;      // marker flags looked up so far
-  std::uint8_t flagsKnown_ = 0; // which flags flags_ answers for
+  std::uint8_t flagsKnown_ = 0;  // which flags flags_ answers for
 };
 
 // The AFU queue of an archive: its recordings, in the archive folder or in its trash,
@@ -194,8 +193,8 @@ namespace detail {
 // Visits `entries`: keeps those `filter` passes, orders them by `order`, skips the first
 // `start` of them and hands at most `limit` (0 = no limit) to `callback`, in order.
 // Files that vanished from disk are left out. `callback` returning false stops the walk.
-void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
-                       unsigned long start, unsigned long limit, BrowseFilter const& filter,
+void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order, unsigned long start,
+                       unsigned long limit, BrowseFilter const& filter,
                        std::function<bool(FileInfo&)> callback);
 }  // namespace detail
 

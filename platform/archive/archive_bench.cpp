@@ -105,17 +105,33 @@ void BM_SortOnlyNoStat(benchmark::State& state) {
   std::deque<archive::detail::FileEntry> entries;
   gatherInto(archive, entries);
   for (auto _ : state) {
-    archive::detail::browseFileEntries(entries, archive::BrowseSortOrder::rtime,
-                                       entries.size() - 1, 0, archive::BrowseFilter(),
+    archive::detail::browseFileEntries(entries, archive::BrowseSortOrder::rtime, entries.size() - 1,
+                                       0, archive::BrowseFilter(),
                                        [](archive::FileInfo&) { return true; });
   }
 }
 
 BENCHMARK(BM_Gather)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_SortOnlyNoStat)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_BrowseLimit20)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_BrowseSortAll)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(2);
-BENCHMARK(BM_BrowseUnsortedAll)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(BM_SortOnlyNoStat)
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
+BENCHMARK(BM_BrowseLimit20)
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
+BENCHMARK(BM_BrowseSortAll)
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK(BM_BrowseUnsortedAll)
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
 
 }  // namespace
 

@@ -69,8 +69,11 @@ class Walk {
  public:
   Walk(Entries& entries, BrowseSortOrder order, unsigned long start,
        const std::function<bool(const FileEntry&)>& passes)
-      : passes_(passes), sorting_(order == BrowseSortOrder::time || order == BrowseSortOrder::rtime),
-        reverse_(order == BrowseSortOrder::rtime), first_(entries.begin()), end_(entries.end()) {
+      : passes_(passes),
+        sorting_(order == BrowseSortOrder::time || order == BrowseSortOrder::rtime),
+        reverse_(order == BrowseSortOrder::rtime),
+        first_(entries.begin()),
+        end_(entries.end()) {
     if (!sorting_) {
       for (unsigned long skipped = 0; skipped < start && first_ != end_; ++first_)
         if (passes_(*first_)) ++skipped;
@@ -185,8 +188,8 @@ class HandOn {
     if (batchNext_ < batch_.size() && batchEntries_[batchNext_] == &entry)
       return &batch_[batchNext_++];
     // A batch of this file and those after it, no more than the listing may hand on.
-    const std::size_t size = wanted == 0 ? ReadAhead::kBatch
-                                         : std::min<std::size_t>(ReadAhead::kBatch, wanted);
+    const std::size_t size =
+        wanted == 0 ? ReadAhead::kBatch : std::min<std::size_t>(ReadAhead::kBatch, wanted);
     walk_.ahead(size - 1, batchEntries_);
     batchEntries_.insert(batchEntries_.begin(), &entry);
     batch_.resize(batchEntries_.size());
@@ -212,13 +215,13 @@ class HandOn {
   std::unique_ptr<ReadAhead> reader_;  // once durations are asked, where io_uring serves
   std::vector<ReadItem> batch_;        // the batch read last
   std::vector<const FileEntry*> batchEntries_;
-  std::size_t batchNext_ = 0;          // the next of batch_ to hand on
+  std::size_t batchNext_ = 0;  // the next of batch_ to hand on
 };
 
 }  // namespace
 
-void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
-                       unsigned long start, unsigned long limit, BrowseFilter const& filter,
+void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order, unsigned long start,
+                       unsigned long limit, BrowseFilter const& filter,
                        std::function<bool(FileInfo&)> callback) {
   const bool filtering = filter.kind == BrowseFilter::kPredicate && filter.predicate;
   // The filter sees every entry: it gets one FileInfo, reset for each, whose name is
@@ -232,8 +235,10 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order,
   };
   // Files skipped by `start` are not checked on disk: only files handed on are read.
   Walk walk(entries, order, start, passes);
-  if (limit != 0) walk.sortUpTo(start + limit);  // a page: no sort of the whole set
-  else walk.sortUpTo(entries.size());
+  if (limit != 0)
+    walk.sortUpTo(start + limit);  // a page: no sort of the whole set
+  else
+    walk.sortUpTo(entries.size());
   HandOn handOn(callback, walk);
   unsigned long handed = 0;
   while (const FileEntry* entry = walk.take()) {

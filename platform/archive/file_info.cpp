@@ -6,8 +6,8 @@
 #include "archive/archive.h"
 #include "archive/detail/file_name.h"
 #include "archive/detail/folder_store.h"
-#include "archive/detail/markers.h"
 #include "archive/detail/header_read.h"
+#include "archive/detail/markers.h"
 
 namespace archive {
 
@@ -81,9 +81,7 @@ std::int64_t reportedDuration(const media::Answer& answer, std::int64_t mtime,
 
 std::string FileInfo::getName() { return std::string(detail::fileStem(fileName)); }
 
-std::string FileInfo::getEventId() {
-  return std::string(detail::parseFileName(fileName).eventId);
-}
+std::string FileInfo::getEventId() { return std::string(detail::parseFileName(fileName).eventId); }
 
 namespace {
 

@@ -76,11 +76,10 @@ Folder& FolderStore::newPart(std::size_t position) {
   return *current_;
 }
 
-FileEntry FolderStore::add(std::string_view name, const NameParts& parts,
-                           std::int64_t startTime, std::uint8_t flags, std::size_t position) {
-  Folder& folder = !current_ || current_->names.size() + name.size() > kMaxStore
-                       ? newPart(position)
-                       : *current_;
+FileEntry FolderStore::add(std::string_view name, const NameParts& parts, std::int64_t startTime,
+                           std::uint8_t flags, std::size_t position) {
+  Folder& folder =
+      !current_ || current_->names.size() + name.size() > kMaxStore ? newPart(position) : *current_;
   FileEntry entry;
   entry.folder = &folder;
   entry.startTime = startTime;

@@ -11,9 +11,10 @@ struct MarkerFolder {
   std::uint8_t flag;
   const char* name;
 };
-constexpr MarkerFolder kMarkerFolders[] = {
-    {kInAFUQueue, "/.afu"}, {kLocked, "/.locked"},
-    {kDownloaded, "/.downloaded"}, {kRecording, "/.recording"}};
+constexpr MarkerFolder kMarkerFolders[] = {{kInAFUQueue, "/.afu"},
+                                           {kLocked, "/.locked"},
+                                           {kDownloaded, "/.downloaded"},
+                                           {kRecording, "/.recording"}};
 
 }  // namespace
 

@@ -21,8 +21,8 @@ std::uint64_t hashName(std::string_view name) {
 
 std::string_view NameSet::nameAt(std::uint32_t slot) const {
   const std::size_t offset = slot - 1;
-  const std::size_t length = (std::size_t(std::uint8_t(store_[offset])) << 8) |
-                             std::uint8_t(store_[offset + 1]);
+  const std::size_t length =
+      (std::size_t(std::uint8_t(store_[offset])) << 8) | std::uint8_t(store_[offset + 1]);
   return std::string_view(store_.data() + offset + 3, length);
 }
 

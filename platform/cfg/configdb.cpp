@@ -10,11 +10,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <utility>
-
-#include <nlohmann/json.hpp>
 
 namespace cfg {
 
@@ -78,8 +77,8 @@ std::string readAll(const boost::filesystem::path& file) {
   struct stat st;
   if (::fstat(f.fd, &st) != 0) throw readError(file, errno);
   if (!S_ISREG(st.st_mode))
-    throw fileError(file, std::string("cannot read: ") + kindOf(st.st_mode) +
-                              ", not a regular file");
+    throw fileError(file,
+                    std::string("cannot read: ") + kindOf(st.st_mode) + ", not a regular file");
   if (st.st_size > kMaxBytes)
     throw fileError(file, "cannot read: " + std::to_string(st.st_size) +
                               " bytes, larger than the 16 MiB a configuration may have");

@@ -1,12 +1,11 @@
 // The device configuration: a JSON file read once per process.
 #pragma once
 
+#include <boost/filesystem/path.hpp>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <boost/filesystem/path.hpp>
 
 namespace cfg {
 
@@ -29,7 +28,8 @@ class Node {
  private:
   friend class Configdb;
   struct Tree;  // the parsed document and its file
-  Node(std::shared_ptr<const Tree> tree, const void* value) : tree_(std::move(tree)), value_(value) {}
+  Node(std::shared_ptr<const Tree> tree, const void* value)
+      : tree_(std::move(tree)), value_(value) {}
 
   std::shared_ptr<const Tree> tree_;
   const void* value_;  // this node's JSON value, inside tree_

@@ -64,8 +64,8 @@ std::optional<std::int64_t> aviDuration(Reader& reader) {
       std::memcmp(riff + 8, "AVI ", 4) != 0)
     return std::nullopt;
   // A recording cut short keeps its declared RIFF size; its header may still be whole.
-  const std::uint64_t riffEnd = std::min<std::uint64_t>(8 + std::uint64_t(le32(riff + 4)),
-                                                        reader.size());
+  const std::uint64_t riffEnd =
+      std::min<std::uint64_t>(8 + std::uint64_t(le32(riff + 4)), reader.size());
   if (riffEnd < 12) return std::nullopt;
   const auto hdrl = findChunk(reader, 12, riffEnd, nullptr, "hdrl");
   if (!hdrl) return std::nullopt;

@@ -144,16 +144,22 @@ ByteRange firstRange(std::uint64_t fileSize) {
   return {0, std::uint32_t(std::min<std::uint64_t>(fileSize, kSmallRead))};
 }
 
-Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize,
-                     std::string_view extension) {
+Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize, std::string_view extension) {
   WindowsReader reader(bytes, fileSize);
   bool byContent = false;
   std::optional<std::int64_t> seconds;
   switch (detectContainer(reader, extension, &byContent)) {
-    case Container::mp4: seconds = mp4Duration(reader); break;
-    case Container::avi: seconds = aviDuration(reader); break;
-    case Container::ts: seconds = tsDuration(reader); break;
-    case Container::unknown: break;
+    case Container::mp4:
+      seconds = mp4Duration(reader);
+      break;
+    case Container::avi:
+      seconds = aviDuration(reader);
+      break;
+    case Container::ts:
+      seconds = tsDuration(reader);
+      break;
+    case Container::unknown:
+      break;
   }
   Answer answer;
   if (reader.missing() && bytes.reads() < std::size_t(kMaxReads)) {

@@ -72,7 +72,6 @@ ByteRange firstRange(std::uint64_t fileSize);
 // What the bytes read so far of a file of `fileSize` bytes tell. `extension` (case
 // ignored) is a hint for content that is not recognised on its own. Never asks for more
 // than kMaxReads ranges per file: past that the answer is noDuration or unrecognised.
-Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize,
-                     std::string_view extension);
+Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize, std::string_view extension);
 
 }  // namespace media

@@ -39,8 +39,7 @@ void packetStamps(const std::uint8_t* p, Stamp* pcr, Stamp* pts) {
     if (length > 183) return;
     if (length >= 7 && (p[5] & 0x10)) {
       const std::uint64_t base = std::uint64_t(p[6]) << 25 | std::uint64_t(p[7]) << 17 |
-                                 std::uint64_t(p[8]) << 9 | std::uint64_t(p[9]) << 1 |
-                                 (p[10] >> 7);
+                                 std::uint64_t(p[8]) << 9 | std::uint64_t(p[9]) << 1 | (p[10] >> 7);
       const std::uint64_t ext = std::uint64_t(p[10] & 1) << 8 | p[11];
       *pcr = {pid, base * 300 + ext};
     }
@@ -60,8 +59,11 @@ void packetStamps(const std::uint8_t* p, Stamp* pcr, Stamp* pts) {
 class TsScanner {
  public:
   TsScanner(Reader& reader, std::uint64_t first, std::uint64_t packetSize)
-      : reader_(reader), first_(first), packet_(packetSize),
-        chunk_((kMaxReadLength / packetSize) * packetSize), buffer_(chunk_) {}
+      : reader_(reader),
+        first_(first),
+        packet_(packetSize),
+        chunk_((kMaxReadLength / packetSize) * packetSize),
+        buffer_(chunk_) {}
 
   // Reads one chunk from `begin` (packet aligned, at most up to `end`) and calls
   // `visit(pcr, pts)` for each whole packet in it. False when nothing could be read.

@@ -4,9 +4,8 @@
 #include "objstream/objstream.h"
 
 #include <charconv>
-#include <stdexcept>
-
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 namespace objstream {
 
@@ -42,7 +41,7 @@ object::object(char const* value) : kind_(Kind::string), string_(value ? value :
 object& object::operator[](std::string const& key) {
   // A scalar silently turned into an object would lose its value; that is a caller bug.
   if (kind_ != Kind::empty && kind_ != Kind::members) {
-    const char* type = kind_ == Kind::boolean ? "boolean"
+    const char* type = kind_ == Kind::boolean   ? "boolean"
                        : kind_ == Kind::integer ? "number"
                                                 : "string";
     throw std::logic_error("objstream: cannot add member '" + key + "' to a " + type);

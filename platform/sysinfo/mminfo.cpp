@@ -7,11 +7,10 @@
 // "archiveDirectory" is taken relative to the folder of the configuration file.
 #include "sysinfo/mminfo.h"
 
+#include <boost/filesystem/operations.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
-
-#include <boost/filesystem/operations.hpp>
 
 namespace sysinfo {
 
@@ -45,10 +44,8 @@ std::string stringMember(const cfg::Node& root, const cfg::Node& object, const s
 std::string archiveFolder(const cfg::Node& root, const std::string& directory) {
   if (directory.empty()) return directory;
   // Boost's operator/ appends even an absolute path, hence absolute(path, base).
-  const boost::filesystem::path base =
-      boost::filesystem::absolute(root.file()).parent_path();
-  boost::filesystem::path folder =
-      boost::filesystem::absolute(directory, base).lexically_normal();
+  const boost::filesystem::path base = boost::filesystem::absolute(root.file()).parent_path();
+  boost::filesystem::path folder = boost::filesystem::absolute(directory, base).lexically_normal();
   while (folder.filename() == "." && folder.has_parent_path()) folder = folder.parent_path();
   return folder.string();
 }

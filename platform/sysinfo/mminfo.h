@@ -11,15 +11,27 @@
 namespace sysinfo {
 
 struct RecorderInfo {
-  std::string id;     // what the user types to name the recorder
-  std::string label;  // a human label, handed to the archive unchanged
+  std::string id;                // what the user types to name the recorder
+  std::string label;             // a human label, handed to the archive unchanged
   std::string archiveDirectory;  // absolute; empty when the recorder keeps no archive
 };
 
-struct CameraInfo { std::string id; std::string label; };
-struct MicrophoneInfo { std::string id; std::string label; };
-struct StorageInfo { std::string id; std::string mountPoint; };
-struct StreamInfo { std::string id; std::string label; };
+struct CameraInfo {
+  std::string id;
+  std::string label;
+};
+struct MicrophoneInfo {
+  std::string id;
+  std::string label;
+};
+struct StorageInfo {
+  std::string id;
+  std::string mountPoint;
+};
+struct StreamInfo {
+  std::string id;
+  std::string label;
+};
 
 class MMInfo {
  public:

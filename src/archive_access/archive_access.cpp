@@ -16,10 +16,10 @@ bool isEveryRecorder(const std::vector<std::string>& identifiers) {
 
 }  // namespace
 
-ArchiveSet makeArchives(const popts::OptionValue<std::string>& pathOption,
-                        const popts::OptionValue<std::string>& nameOption,
-                        const popts::MultiOptionValue<std::string, std::vector<std::string>>&
-                            identifiersOption) {
+ArchiveSet makeArchives(
+    const popts::OptionValue<std::string>& pathOption,
+    const popts::OptionValue<std::string>& nameOption,
+    const popts::MultiOptionValue<std::string, std::vector<std::string>>& identifiersOption) {
   if (pathOption.count > 0) return makeChannelArchives(pathOption.value(), nameOption.value());
   const cfg::Configdb& db = cfg::Configdb::config();
   // Scoped to this call: the archives copy what they need, the records go away here.

@@ -29,10 +29,10 @@ class RecorderNotFound : public std::logic_error {
 
 // With --path given: the single channel (the identifiers are not looked at and the
 // configuration is not read). Otherwise the recorders of the identifiers.
-ArchiveSet makeArchives(const popts::OptionValue<std::string>& pathOption,
-                        const popts::OptionValue<std::string>& nameOption,
-                        const popts::MultiOptionValue<std::string, std::vector<std::string>>&
-                            identifiersOption);
+ArchiveSet makeArchives(
+    const popts::OptionValue<std::string>& pathOption,
+    const popts::OptionValue<std::string>& nameOption,
+    const popts::MultiOptionValue<std::string, std::vector<std::string>>& identifiersOption);
 
 ArchiveSet makeChannelArchives(const std::string& pathValue, const std::string& nameValue);
 

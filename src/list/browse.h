@@ -44,10 +44,10 @@ void browseFiles(const Set& set, const BrowseOptions& options, std::ostream& out
 
 extern template void browseFiles(const std::vector<std::shared_ptr<archive::Archive>>&,
                                  const BrowseOptions&, std::ostream&, IBrowseFilesFormatter*);
-extern template void browseFiles(const std::vector<archive::AFUQueue const*>&,
-                                 const BrowseOptions&, std::ostream&, IBrowseFilesFormatter*);
-extern template void browseFiles(const std::vector<archive::Trash const*>&,
-                                 const BrowseOptions&, std::ostream&, IBrowseFilesFormatter*);
+extern template void browseFiles(const std::vector<archive::AFUQueue const*>&, const BrowseOptions&,
+                                 std::ostream&, IBrowseFilesFormatter*);
+extern template void browseFiles(const std::vector<archive::Trash const*>&, const BrowseOptions&,
+                                 std::ostream&, IBrowseFilesFormatter*);
 
 // `seconds` since the epoch in local time as strftime writes it with `format`; empty when
 // the C library cannot represent it or its year has five digits, so that a column is left

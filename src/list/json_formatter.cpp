@@ -57,8 +57,7 @@ void addMembers(objstream::object& record, char letter, archive::FileInfo& file)
       record["event_id"] = objstream::object(file.getEventId());
       break;
     case 'r':
-      record["recorder"] =
-          objstream::object(file.owner ? file.owner->recorderName : std::string());
+      record["recorder"] = objstream::object(file.owner ? file.owner->recorderName : std::string());
       break;
     default:
       break;

@@ -62,10 +62,9 @@ int listCommand(int argc, const char* const argv[], std::ostream& out, std::ostr
   popts::OptionValue<std::string> exts(parser, 'e', "exts", "Extensions filter", 1, false);
   popts::Option<unsigned long> start(parser, 's', "start", "Starting index", 1, false,
                                      browse.start);
-  popts::Option<unsigned long> limit(parser, 'l', "limit", "Output limit", 1, false,
-                                     browse.limit);
-  popts::Option<archive::BrowseSortOrder> sort(parser, 'S', "sort", "Sort order (time, rtime)",
-                                               1, false, browse.sortOrder);
+  popts::Option<unsigned long> limit(parser, 'l', "limit", "Output limit", 1, false, browse.limit);
+  popts::Option<archive::BrowseSortOrder> sort(parser, 'S', "sort", "Sort order (time, rtime)", 1,
+                                               false, browse.sortOrder);
   popts::SwitchValue afu(parser, 0, "afu", "Browse AFU", 1, false);
   popts::SwitchValue trash(parser, 0, "trash", "Browse trash", 1, false);
   popts::OptionValue<std::string> path(parser, 'p', "path", "Single channel path", 1, true);

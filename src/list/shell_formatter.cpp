@@ -1,9 +1,8 @@
 // The text formatter of the list command.
 #include "list/shell_formatter.h"
 
-#include <utility>
-
 #include <boost/format.hpp>
+#include <utility>
 
 ShellBrowseFilesFormatter::ShellBrowseFilesFormatter(std::string columnFormat, bool quote)
     : columnFormat_(std::move(columnFormat)), quote_(quote) {}
@@ -84,7 +83,6 @@ std::string durationText(std::int64_t seconds) {
   if (seconds < 3600) {
     return (boost::format("%d:%02d") % (seconds / 60) % (seconds % 60)).str();
   }
-  return (boost::format("%d:%02d:%02d") % (seconds / 3600) % (seconds / 60 % 60) %
-          (seconds % 60))
+  return (boost::format("%d:%02d:%02d") % (seconds / 3600) % (seconds / 60 % 60) % (seconds % 60))
       .str();
 }

@@ -15,8 +15,8 @@ using StreamCommandHandler = int (*)(int argc, const char* const argv[], std::os
 struct CommandEntry {
   const char* name;
   const char* alias;
-  const char* description;  // one line of the general help
-  CommandHandler handler;   // on std::cout and std::cerr
+  const char* description;   // one line of the general help
+  CommandHandler handler;    // on std::cout and std::cerr
   StreamCommandHandler run;  // what the dispatcher calls, with its own streams
 };
 

@@ -10,8 +10,8 @@ namespace {
 // Sums wrap at 2^64 like the counts rather than being undefined on overflow; no real
 // archive comes near, but a library that reports nonsense sizes must not crash us.
 void addSize(std::int64_t& sum, std::int64_t size) {
-  sum = static_cast<std::int64_t>(static_cast<std::uint64_t>(sum) +
-                                  static_cast<std::uint64_t>(size));
+  sum =
+      static_cast<std::int64_t>(static_cast<std::uint64_t>(sum) + static_cast<std::uint64_t>(size));
 }
 
 // Counts one file. A count is raised before its size is read, so a size that cannot be
@@ -91,10 +91,9 @@ void printArchiveStat(std::ostream& out, const ArchiveStat& stat, StatSource sou
       if (json) {
         // Built completely before anything is written, so a failure prints nothing.
         objstream::object totals;
-        totals["files"] = makeCountSizeObject(static_cast<long long>(stat.filesCount),
-                                              stat.filesSize);
-        totals["afu"] = makeCountSizeObject(static_cast<long long>(stat.afuCount),
-                                            stat.afuSize);
+        totals["files"] =
+            makeCountSizeObject(static_cast<long long>(stat.filesCount), stat.filesSize);
+        totals["afu"] = makeCountSizeObject(static_cast<long long>(stat.afuCount), stat.afuSize);
         out << totals << std::endl;
       } else {
         printPair(stat.filesCount, stat.filesSize);

@@ -21,11 +21,11 @@ std::string_view fileStem(std::string_view name);
 inline constexpr std::size_t kTokenLength = 16;
 
 struct NameParts {
-  bool hasToken = false;       // the stem carries a valid start token
-  std::size_t tokenOffset = 0; // where the token begins in the name
-  std::int64_t startTime = 0;  // seconds since the epoch, UTC; 0 without a token
-  std::string_view prefix;     // text before the token, without one joining "_"
-  std::string_view eventId;    // text after the token, without one leading "_"
+  bool hasToken = false;        // the stem carries a valid start token
+  std::size_t tokenOffset = 0;  // where the token begins in the name
+  std::int64_t startTime = 0;   // seconds since the epoch, UTC; 0 without a token
+  std::string_view prefix;      // text before the token, without one joining "_"
+  std::string_view eventId;     // text after the token, without one leading "_"
 };
 
 // Finds the start token in the stem of `name`:

@@ -2,10 +2,9 @@
 // layout is described in docs/archive-layout.md.
 #pragma once
 
+#include <boost/filesystem/path.hpp>
 #include <cstdint>
 #include <deque>
-
-#include <boost/filesystem/path.hpp>
 
 #include "archive/archive.h"
 
@@ -19,9 +18,9 @@ struct ScanRequest {
   const Owner* owner = nullptr;
   boost::filesystem::path path;
   const Selection* selection = nullptr;
-  Markers* markers = nullptr;      // the archive's, asked later for the entries' flags
-  std::uint8_t addFlags = 0;       // set on every entry (kDeleted for the trash)
-  std::uint8_t requireFlags = 0;   // only entries carrying these (kInAFUQueue), looked up now
+  Markers* markers = nullptr;     // the archive's, asked later for the entries' flags
+  std::uint8_t addFlags = 0;      // set on every entry (kDeleted for the trash)
+  std::uint8_t requireFlags = 0;  // only entries carrying these (kInAFUQueue), looked up now
 };
 
 // Reads folder `request.path` once and appends an entry per selected recording; the

@@ -4,6 +4,7 @@
 // nothing): the token itself is the entry's start time.
 #pragma once
 
+#include <boost/filesystem/path.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -11,8 +12,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <boost/filesystem/path.hpp>
 
 #include "archive/archive.h"
 #include "archive/detail/dir_reader.h"

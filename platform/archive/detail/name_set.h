@@ -27,7 +27,7 @@ class NameSet {
   std::string_view nameAt(std::uint32_t slot) const;
   void rehash(std::size_t capacity);
 
-  std::string store_;  // each name: 2 length bytes (big endian), its bits, its bytes
+  std::string store_;                 // each name: 2 length bytes (big endian), its bits, its bytes
   std::vector<std::uint32_t> slots_;  // 0 = empty, else offset into store_ + 1
   std::size_t count_ = 0;
 };
