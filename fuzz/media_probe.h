@@ -15,20 +15,18 @@
 // `readAt(range)` gives the bytes of the file for `range` (fewer at its end).
 inline void probeFile(std::uint64_t size, std::string_view extension,
                       const std::function<std::string(media::ByteRange)>& readAt) {
-  media::ByteWindows windows;
-  media::ByteRange range = media::firstRange(size);
-  for (int reads = 1;; ++reads) {
-    if (reads > media::kMaxReads || range.length > media::kMaxReadLength ||
-        range.offset + range.length > size || (range.length == 0 && size != 0))
+  media::DurationProbe probe(size, extension);
+  while (!probe.done()) {
+    const media::ByteRange range = probe.next();
+    if (probe.reads() >= std::size_t(media::kMaxReads) || range.length == 0 ||
+        range.length > media::kMaxReadLength || range.offset + range.length > size)
       std::abort();
-    windows.add(range, readAt(range));
-    const media::Answer answer = media::probeDuration(windows, size, extension);
-    if (answer.verdict == media::Verdict::duration &&
-        (answer.seconds < 0 || answer.seconds > media::kMaxSeconds))
-      std::abort();
-    if (answer.verdict != media::Verdict::need) return;
-    range = answer.next;
+    probe.add(readAt(range));
   }
+  const media::Answer& answer = probe.answer();
+  if (answer.verdict == media::Verdict::duration &&
+      (answer.seconds < 0 || answer.seconds > media::kMaxSeconds))
+    std::abort();
 }
 
 // The extension named by the first byte of an input: each container's, and none.

@@ -12,24 +12,22 @@ namespace archive {
 
 struct Archive::State {
   Owner owner;
-  std::string kind;  // kept for the device's own use; selects nothing here
   boost::filesystem::path directory;
   detail::Selection selection;
-  // Made on the first gathering and kept: each marker folder is read at most once per
-  // archive, and only when a flag it holds is asked for.
+  // Read on the first gathering and kept: each marker folder is read once per archive.
   std::unique_ptr<detail::Markers> markers;
   bool missing = false;  // <dir> did not exist at the first gathering
   detail::FolderStore folders;
 
   // Opens <dir> first, so that a <dir> that cannot be read is reported by its own name
-  // rather than by the name of the first folder inside it; then checks that the marker
-  // folders can be read, so that one that cannot is reported before any output.
+  // rather than by the name of the first folder inside it; then reads the marker
+  // folders whole, so that one that cannot be read is reported before any output.
   detail::Markers& prepare() {
     if (!markers) {
       const std::string dir = directory.string();
       missing = !detail::openFolder(dir);
-      markers = std::make_unique<detail::Markers>(dir);
-      if (!missing) markers->check();
+      markers = missing ? std::make_unique<detail::Markers>()
+                        : std::make_unique<detail::Markers>(dir);
     }
     return *markers;
   }
@@ -49,12 +47,11 @@ struct Archive::State {
   }
 };
 
-Archive::Archive(std::string const& id, std::string const& kind, std::string const& label,
+Archive::Archive(std::string const& id, std::string const& /*kind*/, std::string const& label,
                  boost::filesystem::path const& directory, std::string const& extensions)
     : afuQueue(*this), trash(*this), state_(std::make_unique<State>()) {
   state_->owner.recorderName = id;
   state_->owner.recorderLabel = label;
-  state_->kind = kind;
   state_->directory = directory;
   state_->selection.setExtensions(extensions);
 }

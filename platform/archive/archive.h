@@ -47,14 +47,16 @@ namespace detail {
 struct Folder;  // one scanned folder: owner, path, name store
 struct FileInfoAccess;
 
-// An open file descriptor, closed with its owner. A copy owns nothing: it does not share
-// the original's open file.
+// An open file descriptor, closed with its owner; moved, never shared.
 class FileHandle {
  public:
   FileHandle() = default;
-  FileHandle(const FileHandle&) noexcept {}
-  FileHandle& operator=(const FileHandle& other) noexcept {
-    if (this != &other) reset();
+  FileHandle(FileHandle&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+  FileHandle& operator=(FileHandle&& other) noexcept {
+    if (this != &other) {
+      reset(other.fd_);
+      other.fd_ = -1;
+    }
     return *this;
   }
   ~FileHandle() { reset(); }
@@ -86,6 +88,9 @@ struct FileEntry {
 class FileInfo {
  public:
   FileInfo(const detail::FileEntry& entry);
+  // Move-only: it may hold the file open.
+  FileInfo(FileInfo&&) = default;
+  FileInfo& operator=(FileInfo&&) = default;
 
   std::string getName();        // the file name without its extension
   std::string getEventId();     // the event id of the name, or empty
@@ -108,12 +113,14 @@ class FileInfo {
   friend struct detail::FileInfoAccess;
   // Read size and modification time; false when the file is gone or no longer a
   // regular file. refresh() stats by name; openAndRefresh() opens the file and keeps it
-  // open for getDuration(), which then needs no second lookup.
+  // open for getDuration(), which then needs no second lookup; a file that exists but
+  // cannot be opened is stat'ed by name instead.
   bool refresh();
   bool openAndRefresh();
   // Opens a regular file into file_ (closed before) and reads size and modification time
-  // from it; false, with nothing changed, when it cannot be opened or is not regular.
-  bool openRegular();
+  // from it; 0, or with nothing changed the error: the open's, or EINVAL when the file
+  // is not regular or its fstat fails.
+  int openRegular();
   // Makes this the FileInfo of `entry`, as if newly made (reusing the name's buffer).
   void reset(const detail::FileEntry& entry);
   // What was read ahead of the hand-on: size, modification time and duration.
@@ -122,7 +129,7 @@ class FileInfo {
   bool hasFlag(std::uint8_t flag);
 
   const detail::FileEntry* entry_;
-  detail::FileHandle file_;     // open between the hand-on and getDuration() (a copy opens its own)
+  detail::FileHandle file_;     // open between the hand-on and getDuration()
   bool read_ = false;           // size_ and mtime_ were read (or found missing)
   std::int64_t size_ = -1;      // -1: the file was missing
   std::int64_t mtime_ = 0;      // valid when size_ >= 0
@@ -159,7 +166,8 @@ class Trash {
 // One recording store. Created on the heap and shared; never copied.
 class Archive {
  public:
-  // A configured recorder's archive. `kind` is kept for the device's own use.
+  // A configured recorder's archive. `kind` names the device's stream profile; it
+  // selects nothing in the archive.
   // `extensions` is a comma-separated list without dots ("avi,mov,mp4,ts"), compared
   // ignoring ASCII case; empty means every extension, files without one included.
   Archive(std::string const& id, std::string const& kind, std::string const& label,

@@ -1,6 +1,6 @@
 // browseFileEntries: filter, order (a partial sort when a limit is given), page, and
 // read only the files handed on: stat them, or once the listing asks for durations,
-// read their headers ahead in batches (detail/read_ahead.h).
+// read their headers ahead, many in flight (detail/read_ahead.h).
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -18,7 +18,7 @@ struct FileInfoAccess {
   static bool refresh(FileInfo& info) { return info.refresh(); }
   static bool openAndRefresh(FileInfo& info) { return info.openAndRefresh(); }
   static bool durationRead(const FileInfo& info) { return info.duration_ >= 0; }
-  static void preset(FileInfo& info, const ReadItem& item) {
+  static void preset(FileInfo& info, const ReadResult& item) {
     info.preset(item.size, item.mtime, item.duration);
   }
 };
@@ -104,19 +104,6 @@ class Walk {
     return sorting_ ? &first_[next_++] : queue_[queueHead_++];
   }
 
-  // Up to `max` of the entries not taken yet, in order.
-  void ahead(std::size_t max, std::vector<const FileEntry*>& out) {
-    out.clear();
-    fill(max);
-    if (sorting_) {
-      for (std::size_t i = next_; i < std::min(sorted_, next_ + max); ++i)
-        out.push_back(&first_[i]);
-    } else {
-      for (std::size_t i = queueHead_; i < std::min(queue_.size(), queueHead_ + max); ++i)
-        out.push_back(queue_[i]);
-    }
-  }
-
  private:
   // Makes `n` entries ready to take, if there are so many; false when none is left.
   bool fill(std::size_t n) {
@@ -152,21 +139,51 @@ const FileEntry kNoEntry;  // what the reused FileInfos stand for before their f
 
 // Hands entries on unless they vanished. A listing that shows durations reads every
 // file's header anyway: once the callback has asked for one, later files are read ahead
-// in batches where io_uring is offered, else opened and fstat'ed in place of a stat by
-// name and a second lookup to open them. Counting only stats.
+// through io_uring where it serves (detail/read_ahead.h), else opened and fstat'ed in
+// place of a stat by name and a second lookup to open them. Counting only stats.
 class HandOn {
  public:
-  HandOn(const std::function<bool(FileInfo&)>& callback, Walk& walk)
-      : callback_(callback), walk_(walk) {}
-  // False when the callback asks to stop; *handed: the file was there. `wanted`: how
-  // many more files may be handed on (0 = no limit).
-  bool operator()(const FileEntry& entry, unsigned long wanted, bool* handed) {
+  // `limit`: the most files to hand on (0 = no limit).
+  HandOn(const std::function<bool(FileInfo&)>& callback, Walk& walk, unsigned long limit)
+      : callback_(callback), walk_(walk), limit_(limit) {}
+
+  void run() {
+    unsigned long handed = 0;
+    for (;;) {
+      const FileEntry* entry = nullptr;
+      const ReadResult* read = nullptr;
+      if (reader_) {
+        // The queue is kept full, never longer than the listing may still hand on.
+        while (reader_->size() < reader_->capacity() &&
+               (limit_ == 0 || handed + reader_->size() < limit_)) {
+          const FileEntry* next = walk_.take();
+          if (!next) break;
+          reader_->push(*next);
+        }
+        if (reader_->size() == 0) return;
+        read = &reader_->front();
+        entry = read->entry;
+      } else if (!(entry = walk_.take())) {
+        return;
+      }
+      bool present = false;
+      const bool more = handOne(*entry, read, &present);
+      if (reader_ && read) reader_->pop();
+      if (!more || (present && limit_ != 0 && ++handed == limit_)) return;
+    }
+  }
+
+ private:
+  // False when the callback asks to stop; *handed: the file was there. `read`: what was
+  // read ahead of it, if anything.
+  bool handOne(const FileEntry& entry, const ReadResult* read, bool* handed) {
     // One FileInfo for all: its name keeps its buffer from file to file.
     FileInfoAccess::reset(info_, entry);
-    const ReadItem* read = readAhead(entry, wanted);
-    if (read && read->ready) {
+    if (read && read->outcome == ReadResult::kRead) {
       FileInfoAccess::preset(info_, *read);
       *handed = true;
+    } else if (read && read->outcome == ReadResult::kGone) {
+      *handed = false;
     } else {
       // false: vanished since it was gathered
       *handed = openFirst_ ? FileInfoAccess::openAndRefresh(info_) : FileInfoAccess::refresh(info_);
@@ -180,42 +197,12 @@ class HandOn {
     return more;
   }
 
- private:
-  // What was read ahead for `entry`, reading the next batch when it is not in this one;
-  // null without a reader.
-  const ReadItem* readAhead(const FileEntry& entry, unsigned long wanted) {
-    if (!reader_ || !reader_->usable()) return nullptr;
-    if (batchNext_ < batch_.size() && batchEntries_[batchNext_] == &entry)
-      return &batch_[batchNext_++];
-    // A batch of this file and those after it, no more than the listing may hand on.
-    const std::size_t size =
-        wanted == 0 ? ReadAhead::kBatch : std::min<std::size_t>(ReadAhead::kBatch, wanted);
-    walk_.ahead(size - 1, batchEntries_);
-    batchEntries_.insert(batchEntries_.begin(), &entry);
-    batch_.resize(batchEntries_.size());
-    for (std::size_t i = 0; i < batch_.size(); ++i) {
-      const FileEntry& e = *batchEntries_[i];
-      ReadItem& item = batch_[i];
-      item.dirFd = e.folder->dir->get();
-      item.name.clear();
-      e.folder->appendName(e, item.name);
-      item.extension.assign(fileExtension(item.name));
-      item.startTime = e.startTime;
-      item.ready = false;
-    }
-    reader_->read(batch_);
-    batchNext_ = 1;
-    return &batch_[0];
-  }
-
   const std::function<bool(FileInfo&)>& callback_;
   Walk& walk_;
+  const unsigned long limit_;
   FileInfo info_{kNoEntry};
   bool openFirst_ = false;
   std::unique_ptr<ReadAhead> reader_;  // once durations are asked, where io_uring serves
-  std::vector<ReadItem> batch_;        // the batch read last
-  std::vector<const FileEntry*> batchEntries_;
-  std::size_t batchNext_ = 0;  // the next of batch_ to hand on
 };
 
 }  // namespace
@@ -239,13 +226,7 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order, un
     walk.sortUpTo(start + limit);  // a page: no sort of the whole set
   else
     walk.sortUpTo(entries.size());
-  HandOn handOn(callback, walk);
-  unsigned long handed = 0;
-  while (const FileEntry* entry = walk.take()) {
-    bool present = false;
-    if (!handOn(*entry, limit == 0 ? 0 : limit - handed, &present)) return;
-    if (present && limit != 0 && ++handed == limit) return;
-  }
+  HandOn(callback, walk, limit).run();
 }
 
 }  // namespace detail

@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "archive/archive.h"
 #include "archive/detail/file_name.h"
 #include "archive/detail/folder_store.h"
@@ -39,46 +41,6 @@ void FileInfo::preset(std::int64_t size, std::int64_t mtime, std::int64_t durati
   duration_ = duration;
 }
 
-namespace detail {
-
-void FileHandle::reset(int fd) noexcept {
-  if (fd_ >= 0) ::close(fd_);
-  fd_ = fd;
-}
-
-media::Answer readDuration(int fd, std::uint64_t size, std::string_view extension) {
-  media::ByteWindows windows;
-  media::ByteRange range = media::firstRange(size);
-  for (;;) {
-    std::string bytes(range.length, '\0');
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-      const ssize_t n = pread(fd, &bytes[done], bytes.size() - done, off_t(range.offset + done));
-      if (n <= 0) break;
-      done += std::size_t(n);
-    }
-    bytes.resize(done);
-    windows.add(range, std::move(bytes));
-    const media::Answer answer = media::probeDuration(windows, size, extension);
-    if (answer.verdict != media::Verdict::need) return answer;
-    range = answer.next;
-  }
-}
-
-std::int64_t reportedDuration(const media::Answer& answer, std::int64_t mtime,
-                              std::int64_t startTime) {
-  if (answer.verdict == media::Verdict::duration) return answer.seconds;
-  if (answer.verdict == media::Verdict::noDuration) {
-    // A recording whose header is not written yet: the time the recorder has been
-    // writing it, if the clocks agree.
-    const std::int64_t written = mtime - startTime;
-    if (written >= 0 && written <= media::kMaxSeconds) return written;
-  }
-  return 0;
-}
-
-}  // namespace detail
-
 std::string FileInfo::getName() { return std::string(detail::fileStem(fileName)); }
 
 std::string FileInfo::getEventId() { return std::string(detail::parseFileName(fileName).eventId); }
@@ -104,25 +66,31 @@ bool FileInfo::refresh() {
   return true;
 }
 
-bool FileInfo::openRegular() {
-  const int fd = openat(dirFdOf(*entry_), fileName.c_str(), detail::kOpenFlags);
-  if (fd < 0) return false;
+int FileInfo::openRegular() {
+  detail::FileHandle file;
+  file.reset(openat(dirFdOf(*entry_), fileName.c_str(), detail::kOpenFlags));
+  if (file.get() < 0) return errno;
   struct stat st;
-  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    ::close(fd);
-    return false;
-  }
-  file_.reset(fd);
+  if (fstat(file.get(), &st) != 0 || !S_ISREG(st.st_mode)) return EINVAL;
+  file_ = std::move(file);
   read_ = true;
   size_ = st.st_size;
   mtime_ = st.st_mtime;
-  return true;
+  return 0;
 }
 
 bool FileInfo::openAndRefresh() {
   file_.reset();
-  // A file that cannot be opened may still be listed: the stat by name decides.
-  return openRegular() || refresh();
+  const int error = openRegular();
+  if (error == 0) return true;
+  if (error == ENOENT) {  // gone since it was gathered
+    read_ = true;
+    size_ = -1;
+    return false;
+  }
+  // One that exists but cannot be opened (an I/O error, no permission) is listed with
+  // what a stat by name gives, its header unread.
+  return refresh();
 }
 
 std::int64_t FileInfo::getSize() {
@@ -150,11 +118,10 @@ bool FileInfo::hasFlag(std::uint8_t flag) {
   if (!(flagsKnown_ & flag)) {
     detail::Markers* markers = entry_->folder ? entry_->folder->markers : nullptr;
     if (!markers) return false;
-    // Every flag read so far comes with the one asked, so a listing that shows them all
-    // hashes each name once.
-    const std::uint8_t wanted = std::uint8_t(markers->loaded() | flag);
-    flags_ = markers->flagsOf(fileName, wanted);
-    flagsKnown_ = wanted;
+    // Every flag comes with the one asked, so a listing that shows them all hashes each
+    // name once.
+    flags_ = markers->flagsOf(fileName, detail::kMarkerFlags);
+    flagsKnown_ = detail::kMarkerFlags;
   }
   return (flags_ & flag) != 0;
 }

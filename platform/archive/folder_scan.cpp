@@ -9,6 +9,7 @@
 #include "archive/detail/file_name.h"
 #include "archive/detail/folder_store.h"
 #include "archive/detail/markers.h"
+#include "archive/detail/read_ahead.h"
 #include "archive/detail/selection.h"
 
 namespace archive::detail {
@@ -21,6 +22,7 @@ void scanFolder(const ScanRequest& request, FolderStore& store, std::deque<FileE
   DirReader reader(request.path.string(), &origin.dir);
   if (!reader.open()) return;
   const int dirFd = origin.dir->get();
+  origin.ringSafe = ringServes(dirFd);
   store.startFolder(std::move(origin));
 
   while (const dirent* d = reader.next()) {

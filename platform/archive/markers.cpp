@@ -1,4 +1,4 @@
-// Marker folders read once each, into one name set whose names carry flag bits.
+// Marker folders read whole once, into one name set whose names carry flag bits.
 #include "archive/detail/markers.h"
 
 #include "archive/detail/dir_reader.h"
@@ -18,34 +18,15 @@ constexpr MarkerFolder kMarkerFolders[] = {{kInAFUQueue, "/.afu"},
 
 }  // namespace
 
-void Markers::check() const {
-  for (const MarkerFolder& folder : kMarkerFolders) openFolder(dir_ + folder.name);
-}
-
-void Markers::load(std::uint8_t flags) {
+Markers::Markers(const std::string& dir) {
   for (const MarkerFolder& folder : kMarkerFolders) {
-    if (!(flags & folder.flag) || (loaded_ & folder.flag)) continue;
-    DirReader reader(dir_ + folder.name);
-    if (reader.open()) {
-      while (const dirent* entry = reader.next()) {
-        names_.insert(entry->d_name, folder.flag);
-        carried_ |= folder.flag;
-      }
+    DirReader reader(dir + folder.name);
+    if (!reader.open()) continue;
+    while (const dirent* entry = reader.next()) {
+      names_.insert(entry->d_name, folder.flag);
+      carried_ |= folder.flag;
     }
-    loaded_ |= folder.flag;
   }
-}
-
-std::uint8_t Markers::flagsOf(std::string_view name, std::uint8_t wanted) {
-  if ((wanted & loaded_) != wanted) load(wanted);
-  // Asking only when some name carries a wanted flag spares the hash for most files.
-  if (!(wanted & carried_)) return 0;
-  return names_.bitsOf(name) & wanted;
-}
-
-bool Markers::anyCarries(std::uint8_t flag) {
-  load(flag);
-  return (carried_ & flag) != 0;
 }
 
 }  // namespace archive::detail

@@ -1,39 +1,69 @@
-// Batches of header reads through io_uring (liburing). Per batch: one submission opens
-// every file; each file is fstat'ed (size, modification time, still a regular file);
-// then rounds of reads, one submission each, until the media parsers have answered for
-// every file; closes ride along with the next submission.
+// The pipeline of header reads (liburing). Each file of the queue goes through open,
+// fstat, the reads the media parsers ask for, and close; every step is prepared when
+// the previous one completes, and one io_uring_enter submits the steps of many files
+// and waits for whichever completes first. No barrier: a slow file holds up only the
+// files behind it in browse order that are still to be handed on, never the reads of
+// the others.
 #include "archive/detail/read_ahead.h"
 
 #include <liburing.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
+#include "archive/archive.h"
+#include "archive/detail/file_name.h"
+#include "archive/detail/folder_store.h"
 #include "archive/detail/header_read.h"
-#include "media/duration.h"
 
 namespace archive::detail {
 
 namespace {
 
-// Submission queue entries: the reads of a batch and the closes of its finished files.
-constexpr unsigned kRingEntries = 2 * ReadAhead::kBatch;
-constexpr std::uint64_t kCloseTag = ~std::uint64_t(0);
+// The header bytes the files in flight may hold together. The usual file holds a few
+// KiB; one whose parsers ask for large ranges waits while others hold the room, but the
+// oldest waiting file is always read when no read is in flight, so nothing waits for
+// ever.
+constexpr std::size_t kMaxHeldBytes = std::size_t(4) << 20;
+// Prepared steps are submitted once this many wait, even when the file handed on next
+// is finished already, so that the kernel always has work.
+constexpr unsigned kSubmitBatch = 16;
 
-// A file of the batch while it is read.
-struct Reading {
-  int fd = -1;
-  bool active = false;  // open, regular, the parsers still asking
-  media::ByteWindows windows;
-  media::ByteRange range;
-  std::string bytes;     // the range being read
-  std::size_t done = 0;  // bytes of it read so far
-};
+unsigned depthSetting() {
+  const char* setting = std::getenv("ARCHIVE_READ_DEPTH");
+  if (!setting || !*setting) return ReadAhead::kDepth;
+  char* end = nullptr;
+  const unsigned long depth = std::strtoul(setting, &end, 10);
+  return *end == '\0' && depth >= 1 && depth <= 1024 ? unsigned(depth) : ReadAhead::kDepth;
+}
+
+// exfat has no constant in older kernel headers.
+constexpr long kExfatMagic = 0x2011BAB0;
 
 }  // namespace
+
+bool ringServes(int dirFd) {
+  struct statfs fs;
+  if (fstatfs(dirFd, &fs) != 0) return false;
+  switch (long(fs.f_type)) {
+    case EXT4_SUPER_MAGIC:  // ext2 and ext3 too
+    case F2FS_SUPER_MAGIC:
+    case XFS_SUPER_MAGIC:
+    case BTRFS_SUPER_MAGIC:
+    case MSDOS_SUPER_MAGIC:  // vfat
+    case kExfatMagic:
+      return true;
+    default:
+      // FUSE ran the ring's reads one after another and repeated bytes of a short read
+      // (Linux 6.18); network file systems may stall. Read them plainly.
+      return false;
+  }
+}
 
 struct ReadAhead::Ring {
   io_uring ring;
@@ -43,16 +73,20 @@ struct ReadAhead::Ring {
   }
 };
 
-ReadAhead::ReadAhead(std::unique_ptr<Ring> ring) : ring_(std::move(ring)) {}
-ReadAhead::~ReadAhead() = default;
+ReadAhead::ReadAhead(std::unique_ptr<Ring> ring, unsigned depth)
+    : ring_(std::move(ring)), depth_(depth), capacity_(std::size_t(depth) * 4) {}
+
+ReadAhead::~ReadAhead() { drain(); }
 
 std::unique_ptr<ReadAhead> ReadAhead::create() {
   const char* setting = std::getenv("ARCHIVE_IO_URING");
   if (setting && std::strcmp(setting, "0") == 0) return nullptr;
+  const unsigned depth = depthSetting();
   auto ring = std::make_unique<Ring>();
   // ENOSYS (no io_uring), EPERM or EACCES (the sysctl, a seccomp filter), ENOMEM (its
-  // locked memory): each leaves the plain path.
-  if (io_uring_queue_init(kRingEntries, &ring->ring, 0) < 0) return nullptr;
+  // locked memory): each leaves the plain path. Each file has one step in flight, and
+  // closes ride beside them: twice the depth never runs short.
+  if (io_uring_queue_init(2 * depth, &ring->ring, 0) < 0) return nullptr;
   ring->live = true;
   // Opening and closing came with Linux 5.6; ask rather than guess by version.
   io_uring_probe* probe = io_uring_get_probe_ring(&ring->ring);
@@ -61,138 +95,224 @@ std::unique_ptr<ReadAhead> ReadAhead::create() {
                          io_uring_opcode_supported(probe, IORING_OP_CLOSE);
   if (probe) io_uring_free_probe(probe);
   if (!supported) return nullptr;
-  return std::unique_ptr<ReadAhead>(new ReadAhead(std::move(ring)));
+  return std::unique_ptr<ReadAhead>(new ReadAhead(std::move(ring), depth));
 }
 
-namespace {
-
-io_uring_sqe* nextSqe(io_uring* ring) {
+io_uring_sqe* ReadAhead::prepare(void* data) {
+  io_uring* ring = &ring_->ring;
   io_uring_sqe* sqe = io_uring_get_sqe(ring);
-  if (!sqe) {  // not with kRingEntries, but never lose an operation
+  while (!sqe) {  // full: hand the kernel what is there, then there is room
     io_uring_submit(ring);
     sqe = io_uring_get_sqe(ring);
   }
+  io_uring_sqe_set_data(sqe, data);
+  ++outstanding_;
   return sqe;
 }
 
-// Submits what was prepared and hands each of `expected` completions to `done`; false
-// when the ring itself fails (not seen with a ring that was set up).
-template <class Done>
-bool submitAndReap(io_uring* ring, unsigned expected, Done&& done) {
-  unsigned reaped = 0;
-  while (reaped < expected) {
-    const int r = io_uring_submit_and_wait(ring, expected - reaped);
-    if (r < 0 && r != -EINTR && r != -EAGAIN && r != -EBUSY) return false;
-    io_uring_cqe* cqe;
-    unsigned head, seen = 0;
-    io_uring_for_each_cqe(ring, head, cqe) {
-      done(io_uring_cqe_get_data64(cqe), cqe->res);
-      ++seen;
-    }
-    io_uring_cq_advance(ring, seen);
-    reaped += seen;
-  }
-  return true;
+void ReadAhead::push(const FileEntry& entry) {
+  Item& item = items_.emplace_back();
+  item.result.entry = &entry;
+  if (!usable_ || !entry.folder || !entry.folder->ringSafe) item.stage = Item::kDone;
+  startWaiting();
 }
 
-}  // namespace
-
-void ReadAhead::read(std::vector<ReadItem>& items) {
-  io_uring* ring = &ring_->ring;
-  const std::size_t n = items.size();
-  std::vector<Reading> files(n);
-  for (std::size_t i = 0; i < n; ++i) {
-    io_uring_sqe* sqe = nextSqe(ring);
-    io_uring_prep_openat(sqe, items[i].dirFd, items[i].name.c_str(), kOpenFlags, 0);
-    io_uring_sqe_set_data64(sqe, i);
+void ReadAhead::startWaiting() {
+  while (started_ < items_.size() && inFlight_ < depth_ && usable_ && !draining_) {
+    Item& item = items_[started_++];
+    if (item.stage == Item::kWaiting) start(item);
   }
-  // A ring that fails leaves every file of the batch, and the later ones, to the plain
-  // path.
-  const auto fail = [&] {
-    usable_ = false;
-    for (ReadItem& item : items) item.ready = false;
-  };
-  const bool opened = submitAndReap(ring, unsigned(n), [&](std::uint64_t i, int res) {
-    if (res >= 0) {
-      files[i].fd = res;
-    } else if (res == -EINVAL || res == -EOPNOTSUPP || res == -ENOSYS || res == -EPERM) {
-      usable_ = false;  // the kernel will not open through the ring; the plain path will
-    }
-  });
-  if (!opened) return fail();
+}
 
-  std::vector<int> toClose;
-  // Feeds the bytes read to the parsers; false when they have answered.
-  auto parse = [&](std::size_t i) {
-    Reading& f = files[i];
-    ReadItem& item = items[i];
-    for (;;) {
-      f.bytes.resize(f.done);
-      f.windows.add(f.range, std::move(f.bytes));
-      const media::Answer answer =
-          media::probeDuration(f.windows, std::uint64_t(item.size), item.extension);
-      if (answer.verdict != media::Verdict::need) {
-        item.duration = reportedDuration(answer, item.mtime, item.startTime);
-        item.ready = true;
-        return false;
-      }
-      f.range = answer.next;
-      f.bytes.assign(f.range.length, '\0');
-      f.done = 0;
-      if (f.range.length != 0) return true;
-    }
-  };
-  auto begin = [&](std::size_t i) {
-    Reading& f = files[i];
-    ReadItem& item = items[i];
-    struct stat st;
-    if (fstat(f.fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-      toClose.push_back(f.fd);
+void ReadAhead::start(Item& item) {
+  const FileEntry& entry = *item.result.entry;
+  entry.folder->appendName(entry, item.name);
+  io_uring_prep_openat(prepare(&item), entry.folder->dir->get(), item.name.c_str(), kOpenFlags,
+                       0);
+  item.stage = Item::kOpening;
+  ++inFlight_;
+}
+
+void ReadAhead::opened(Item& item, int res) {
+  if (res < 0) {
+    // The kernel will not open through the ring: neither this file nor the later ones.
+    if (res == -EINVAL || res == -EOPNOTSUPP || res == -ENOSYS || res == -EPERM)
+      usable_ = false;
+    // Gone since it was gathered: left out. Any other failure (an I/O error, no
+    // permission, no descriptor left) is the plain path's to judge, as for a file read
+    // alone.
+    return finish(item, res == -ENOENT ? ReadResult::kGone : ReadResult::kPlain);
+  }
+  item.fd = res;
+  struct stat st;
+  if (fstat(item.fd, &st) != 0 || !S_ISREG(st.st_mode)) return finish(item, ReadResult::kPlain);
+  item.result.size = st.st_size;
+  item.result.mtime = st.st_mtime;
+  item.probe.emplace(std::uint64_t(st.st_size), fileExtension(item.name));
+  askNext(item);
+}
+
+void ReadAhead::askNext(Item& item) {
+  if (!item.probe->done()) return issueRead(item);
+  item.result.duration =
+      reportedDuration(item.probe->answer(), item.result.mtime, item.result.entry->startTime);
+  finish(item, ReadResult::kRead);
+}
+
+void ReadAhead::issueRead(Item& item) {
+  const media::ByteRange range = item.probe->next();
+  if (heldBytes_ + range.length > kMaxHeldBytes && readsInFlight_ > 0) {
+    parked_.push_back(&item);
+    return;
+  }
+  item.bytes.resize(range.length);
+  item.got = 0;
+  item.held += range.length;
+  heldBytes_ += range.length;
+  io_uring_prep_read(prepare(&item), item.fd, item.bytes.data(), range.length, range.offset);
+  item.stage = Item::kReading;
+  ++readsInFlight_;
+}
+
+void ReadAhead::readDone(Item& item, int res) {
+  --readsInFlight_;
+  // Not read now (a read that would have blocked, an interrupted one): the plain path
+  // reads the file again from the start.
+  if (res == -EAGAIN || res == -EINTR || res == -ECANCELED) return finish(item, ReadResult::kPlain);
+  const media::ByteRange range = item.probe->next();
+  if (res > 0) {
+    item.got += std::size_t(res);
+    // As pread: a short read goes on where it stopped.
+    if (item.got < item.bytes.size()) {
+      io_uring_prep_read(prepare(&item), item.fd, item.bytes.data() + item.got,
+                         unsigned(item.bytes.size() - item.got), range.offset + item.got);
+      ++readsInFlight_;
       return;
     }
-    item.size = st.st_size;
-    item.mtime = st.st_mtime;
-    f.range = media::firstRange(std::uint64_t(st.st_size));
-    f.bytes.assign(f.range.length, '\0');
-    f.active = f.range.length != 0 || parse(i);
-    if (!f.active) toClose.push_back(f.fd);
-  };
-  for (std::size_t i = 0; i < n; ++i)
-    if (files[i].fd >= 0) begin(i);
-
-  for (;;) {
-    unsigned expected = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-      Reading& f = files[i];
-      if (!f.active) continue;
-      io_uring_sqe* sqe = nextSqe(ring);
-      io_uring_prep_read(sqe, f.fd, &f.bytes[f.done], unsigned(f.bytes.size() - f.done),
-                         f.range.offset + f.done);
-      io_uring_sqe_set_data64(sqe, i);
-      ++expected;
-    }
-    for (int fd : toClose) {
-      io_uring_sqe* sqe = nextSqe(ring);
-      io_uring_prep_close(sqe, fd);
-      io_uring_sqe_set_data64(sqe, kCloseTag);
-      ++expected;
-    }
-    toClose.clear();
-    if (expected == 0) break;
-    const bool reaped = submitAndReap(ring, expected, [&](std::uint64_t i, int res) {
-      if (i == kCloseTag) return;
-      Reading& f = files[i];
-      // As pread: a short read goes on from where it stopped; an error or the end of
-      // the file ends the range.
-      if (res > 0) {
-        f.done += std::size_t(res);
-        if (f.done < f.bytes.size()) return;
-      }
-      f.active = parse(i);
-      if (!f.active) toClose.push_back(f.fd);
-    });
-    if (!reaped) return fail();
   }
+  // The end of the file, or an error: the bytes not read count as missing, as past the
+  // end of a file.
+  const std::size_t unread = item.bytes.size() - item.got;
+  item.held -= unread;
+  heldBytes_ -= unread;
+  item.bytes.resize(item.got);
+  item.probe->add(std::move(item.bytes));
+  item.bytes = std::string();
+  askNext(item);
+  unpark();
+}
+
+void ReadAhead::finish(Item& item, int outcome) {
+  if (item.fd >= 0) {
+    io_uring_prep_close(prepare(nullptr), item.fd);
+    item.fd = -1;
+  }
+  std::string().swap(item.name);
+  item.probe.reset();
+  std::string().swap(item.bytes);
+  heldBytes_ -= item.held;
+  item.held = 0;
+  item.result.outcome = ReadResult::Outcome(outcome);
+  item.stage = Item::kDone;
+  --inFlight_;
+  startWaiting();
+  unpark();
+}
+
+void ReadAhead::unpark() {
+  while (!parked_.empty()) {
+    Item& item = *parked_.front();
+    if (heldBytes_ + item.probe->next().length > kMaxHeldBytes && readsInFlight_ > 0) return;
+    parked_.pop_front();
+    issueRead(item);
+  }
+}
+
+void ReadAhead::submitSome() {
+  if (io_uring_sq_ready(&ring_->ring) >= kSubmitBatch) io_uring_submit(&ring_->ring);
+}
+
+void ReadAhead::reap() {
+  io_uring* ring = &ring_->ring;
+  io_uring_cqe* cqe;
+  unsigned head, seen = 0;
+  io_uring_for_each_cqe(ring, head, cqe) {
+    ++seen;
+    --outstanding_;
+    auto* item = static_cast<Item*>(io_uring_cqe_get_data(cqe));
+    if (!item) continue;  // a close
+    if (draining_) {
+      if (item->stage == Item::kOpening && cqe->res >= 0) ::close(cqe->res);
+      item->stage = Item::kDone;
+      continue;
+    }
+    if (item->stage == Item::kOpening)
+      opened(*item, cqe->res);
+    else
+      readDone(*item, cqe->res);
+  }
+  io_uring_cq_advance(ring, seen);
+}
+
+void ReadAhead::waitForOne() {
+  if (outstanding_ == 0) return fail();  // nothing can complete: never wait
+  const int r = io_uring_submit_and_wait(&ring_->ring, 1);
+  if (r < 0 && r != -EINTR && r != -EAGAIN && r != -EBUSY) return fail();
+  reap();
+}
+
+const ReadResult& ReadAhead::front() {
+  startWaiting();
+  Item& first = items_.front();
+  if (first.stage != Item::kDone) {
+    submitSome();
+    reap();
+  }
+  while (first.stage != Item::kDone) waitForOne();
+  return first.result;
+}
+
+void ReadAhead::pop() {
+  items_.pop_front();
+  if (started_ > 0) --started_;
+  // Hand the kernel new work while the caller hands this file on.
+  submitSome();
+}
+
+void ReadAhead::fail() {
+  // The ring cannot be trusted: wait for what it still holds, then leave every file
+  // not read yet, and those queued later, to the plain path.
+  drain();
+  usable_ = false;
+  draining_ = false;
+  for (Item& item : items_) {
+    if (item.stage == Item::kDone) continue;
+    if (item.fd >= 0) ::close(item.fd);
+    const FileEntry* entry = item.result.entry;
+    item = Item();
+    item.result.entry = entry;
+    item.stage = Item::kDone;
+  }
+  parked_.clear();
+  inFlight_ = readsInFlight_ = 0;
+  heldBytes_ = 0;
+}
+
+void ReadAhead::drain() {
+  draining_ = true;
+  // Steps prepared but not submitted may name buffers of this reader: submit them too,
+  // and wait for everything, so that the kernel writes into no freed memory.
+  while (outstanding_ > 0) {
+    const int r = io_uring_submit_and_wait(&ring_->ring, 1);
+    // A ring that itself is broken: closing it cancels what it holds.
+    if (r < 0 && r != -EINTR && r != -EAGAIN && r != -EBUSY) break;
+    reap();
+  }
+  for (Item& item : items_)
+    if (item.fd >= 0) {
+      ::close(item.fd);
+      item.fd = -1;
+    }
 }
 
 }  // namespace archive::detail

@@ -2,6 +2,7 @@
 #include "archive/detail/selection.h"
 
 #include "archive/detail/file_name.h"
+#include "media/bytes.h"
 
 namespace archive::detail {
 
@@ -25,7 +26,7 @@ bool Selection::passes(std::string_view name) const {
   const std::string_view ext = fileExtension(name);
   if (ext.empty()) return false;
   for (const std::string& wanted : extensions)
-    if (equalsIgnoringCase(ext, wanted)) return true;
+    if (media::equalsIgnoringCase(ext, wanted)) return true;
   return false;
 }
 

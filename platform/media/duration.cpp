@@ -97,15 +97,6 @@ class WindowsReader : public Reader {
   std::optional<ByteRange> missing_;
 };
 
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
-    if (lower(a[i]) != lower(b[i])) return false;
-  }
-  return true;
-}
-
 bool isMp4BoxType(const std::uint8_t* t) {
   static const char* const kTypes[] = {"ftyp", "moov", "mdat", "free", "skip",
                                        "wide", "pnot", "styp", "uuid", "sidx"};
@@ -177,11 +168,25 @@ Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize, std::stri
   return answer;
 }
 
-std::int64_t roundedQuotient(std::uint64_t num, std::uint64_t den) {
-  const std::uint64_t q = num / den, r = num % den;
-  const std::uint64_t rounded = q + (r >= den - r ? 1 : 0);
-  constexpr std::uint64_t kMax = std::uint64_t(INT64_MAX);
-  return std::int64_t(rounded > kMax ? kMax : rounded);
+DurationProbe::DurationProbe(std::uint64_t fileSize, std::string_view extension)
+    : size_(fileSize), extension_(extension) {
+  answer_.verdict = Verdict::need;
+  answer_.next = firstRange(fileSize);
+  if (answer_.next.length == 0) add({});  // an empty file: nothing to read
+}
+
+void DurationProbe::add(std::string bytes) {
+  windows_.add(answer_.next, std::move(bytes));
+  ask();
+}
+
+void DurationProbe::ask() {
+  answer_ = probeDuration(windows_, size_, extension_);
+  // A range of no bytes is read at once: there is nothing to wait for.
+  while (answer_.verdict == Verdict::need && answer_.next.length == 0) {
+    windows_.add(answer_.next, {});
+    answer_ = probeDuration(windows_, size_, extension_);
+  }
 }
 
 }  // namespace media

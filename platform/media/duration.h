@@ -74,4 +74,32 @@ ByteRange firstRange(std::uint64_t fileSize);
 // than kMaxReads ranges per file: past that the answer is noDuration or unrecognised.
 Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize, std::string_view extension);
 
+// Drives probeDuration for one file: keeps the bytes read so far and names the range to
+// read next. Every reader of headers (one file at a time, many at once through
+// io_uring, the tests and the fuzz targets) goes through it, so each asks the parsers
+// the same questions in the same order.
+class DurationProbe {
+ public:
+  DurationProbe(std::uint64_t fileSize, std::string_view extension);
+
+  // Whether the parsers have answered; then answer() holds their verdict.
+  bool done() const { return answer_.verdict != Verdict::need; }
+  // The range to read next, while !done(): 1 to kMaxReadLength bytes inside the file.
+  ByteRange next() const { return answer_.next; }
+  // The bytes read for next(); fewer when the file ended there or could not be read
+  // further (the rest then counts as missing, as past the end of a file).
+  void add(std::string bytes);
+  const Answer& answer() const { return answer_; }
+  // Reads made so far.
+  std::size_t reads() const { return windows_.reads(); }
+
+ private:
+  void ask();
+
+  ByteWindows windows_;
+  std::uint64_t size_;
+  std::string extension_;
+  Answer answer_;
+};
+
 }  // namespace media

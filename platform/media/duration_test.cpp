@@ -19,23 +19,19 @@ std::string readSample(const std::string& name) {
   return testing_support::readFile(std::string(ARCHIVE_TESTDATA) + "/" + name);
 }
 
-// Reads `bytes` as the file, range after range as probeDuration asks, checking every
-// range against the file and the read budget; `reads` counts them.
+// Reads `bytes` as the file, range after range as the probe asks, checking every range
+// against the file and the read budget; `reads` counts them.
 Seconds durationOf(const std::string& bytes, const char* extension, int* reads = nullptr) {
-  ByteWindows windows;
-  ByteRange range = firstRange(bytes.size());
-  for (int read = 1; read <= kMaxReads + 1; ++read) {
-    windows.add(range,
-                bytes.substr(std::min<std::size_t>(range.offset, bytes.size()), range.length));
-    const Answer answer = probeDuration(windows, bytes.size(), extension);
-    if (reads) *reads = read;
-    if (answer.verdict == Verdict::duration) return answer.seconds;
-    if (answer.verdict != Verdict::need) return std::nullopt;
-    range = answer.next;
+  DurationProbe probe(bytes.size(), extension);
+  while (!probe.done()) {
+    const ByteRange range = probe.next();
     EXPECT_TRUE(range.length >= 1 && range.length <= kMaxReadLength &&
                 range.offset + range.length <= bytes.size());
+    probe.add(bytes.substr(std::min<std::size_t>(range.offset, bytes.size()), range.length));
   }
-  ADD_FAILURE() << "more than " << kMaxReads << " reads";
+  EXPECT_LE(probe.reads(), std::size_t(kMaxReads));
+  if (reads) *reads = int(probe.reads());
+  if (probe.answer().verdict == Verdict::duration) return probe.answer().seconds;
   return std::nullopt;
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string_view>
 
+#include "media/bytes.h"
 #include "media/duration.h"
 
 namespace media {
@@ -36,19 +37,5 @@ Container detectContainer(Reader& reader, std::string_view extension, bool* byCo
 std::optional<std::int64_t> mp4Duration(Reader& reader);
 std::optional<std::int64_t> aviDuration(Reader& reader);
 std::optional<std::int64_t> tsDuration(Reader& reader);
-
-// num / den rounded to nearest (halves up); den > 0. Saturates at INT64_MAX.
-std::int64_t roundedQuotient(std::uint64_t num, std::uint64_t den);
-
-// Big-endian and little-endian loads.
-inline std::uint32_t be32(const std::uint8_t* p) {
-  return std::uint32_t(p[0]) << 24 | std::uint32_t(p[1]) << 16 | std::uint32_t(p[2]) << 8 | p[3];
-}
-inline std::uint64_t be64(const std::uint8_t* p) {
-  return std::uint64_t(be32(p)) << 32 | be32(p + 4);
-}
-inline std::uint32_t le32(const std::uint8_t* p) {
-  return std::uint32_t(p[3]) << 24 | std::uint32_t(p[2]) << 16 | std::uint32_t(p[1]) << 8 | p[0];
-}
 
 }  // namespace media

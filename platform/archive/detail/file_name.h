@@ -38,7 +38,4 @@ NameParts parseFileName(std::string_view name);
 // false, with nothing written, for a time outside the years 0000-9999.
 bool formatStartToken(std::int64_t time, char* out);
 
-// ASCII-case-insensitive equality.
-bool equalsIgnoringCase(std::string_view a, std::string_view b);
-
 }  // namespace archive::detail

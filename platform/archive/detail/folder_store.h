@@ -34,6 +34,7 @@ struct FolderOrigin {
   boost::filesystem::path path;      // <dir> or <dir>/.trash
   std::shared_ptr<const DirFd> dir;  // the folder, open while its entries live
   Markers* markers = nullptr;        // the flags of the archive's files
+  bool ringSafe = false;             // its files may be read through io_uring (ringServes)
 };
 
 // One scanned folder, or a part of one when its names outgrow 32-bit offsets.

@@ -20,29 +20,30 @@ enum EntryFlag : std::uint8_t {
   kDeleted = 16,
 };
 
-// The flags of an archive: the names of its marker folders, each folder read on the
-// first question about its flag (a missing folder = nobody carries the flag). Most
-// questions come from the few files handed on; counting asks only for the queue.
+inline constexpr std::uint8_t kMarkerFlags = kRecording | kLocked | kDownloaded | kInAFUQueue;
+
+// The flags of an archive: the names of its marker folders, read whole when the archive
+// is first gathered, so that a marker folder that cannot be read is reported before
+// any output, never half-way through a listing. A missing folder means nobody carries
+// its flag. Marker folders are small beside the archive: a flag marks the exception.
 class Markers {
  public:
-  explicit Markers(std::string dir) : dir_(std::move(dir)) {}
-  // Opens and closes each marker folder, so that one that exists but cannot be read is
-  // reported when the archive is first gathered; throws std::runtime_error naming it.
-  void check() const;
+  Markers() = default;  // an archive whose folder does not exist: no flags
+  // Reads the marker folders of archive folder `dir`; throws std::runtime_error naming
+  // one that exists but cannot be read.
+  explicit Markers(const std::string& dir);
   // Those of the EntryFlag bits `wanted` (kRecording, kLocked, kDownloaded, kInAFUQueue)
-  // that `name` carries. Reads the folders of `wanted` not read yet; may throw as check().
-  std::uint8_t flagsOf(std::string_view name, std::uint8_t wanted);
-  // Whether anybody carries `flag` (reading its folder if need be).
-  bool anyCarries(std::uint8_t flag);
-  // The flags whose folders have been read.
-  std::uint8_t loaded() const { return loaded_; }
+  // that `name` carries.
+  std::uint8_t flagsOf(std::string_view name, std::uint8_t wanted) const {
+    // Asking only when some name carries a wanted flag spares the hash for most files.
+    if (!(wanted & carried_)) return 0;
+    return names_.bitsOf(name) & wanted;
+  }
+  // Whether anybody carries `flag`.
+  bool anyCarries(std::uint8_t flag) const { return (carried_ & flag) != 0; }
 
  private:
-  void load(std::uint8_t flags);
-
-  std::string dir_;
   NameSet names_;             // every marker name, its bits = the flags it carries
-  std::uint8_t loaded_ = 0;   // flags whose folder has been read
   std::uint8_t carried_ = 0;  // flags that at least one name carries
 };
 
