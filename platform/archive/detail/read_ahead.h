@@ -110,6 +110,7 @@ class ReadAhead {
   std::deque<Item*> parked_;   // files whose next read waits for held bytes to drop
   bool usable_ = true;         // false once the ring failed or refused: the rest goes plain
   bool draining_ = false;      // completions are only waited for, nothing new started
+  bool everywhere_ = false;    // the ring serves every folder, whatever its file system
 };
 
 }  // namespace archive::detail

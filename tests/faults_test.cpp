@@ -1,0 +1,242 @@
+// A failing card: the example device served through a FUSE file system that fails chosen
+// operations (tests/faultfs), listed and counted through both read paths. A file whose
+// header cannot be read is listed with its size and the duration of a file ending where
+// reading stopped; one gone before its open or whose stat fails is left out; a folder
+// that cannot be read is one line on stderr and exit 1; the rest is unchanged.
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "test_support.h"
+
+extern char** environ;
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace testing_support;
+
+#ifdef FAULTFS
+// faultfs serving `source` at a fresh mount point with `rules`, stopped on destruction.
+class FaultMount {
+ public:
+  FaultMount(const std::string& source, const std::string& rules) {
+    writeFile(dir_ / "rules", rules);
+    makeDirs(root);
+    const std::string log = dir_ / "log", rulesFile = dir_ / "rules";
+    writeFile(log, "");
+    std::vector<std::string> words = {FAULTFS, source, root, rulesFile, log};
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(&word[0]);
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 2, (dir_ / "stderr").c_str(),
+                                     O_WRONLY | O_CREAT, 0600);
+    if (posix_spawn(&pid_, FAULTFS, &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
+    posix_spawn_file_actions_destroy(&actions);
+    // Mounted once the mount point is another device than its parent.
+    struct stat parent, mounted;
+    stat(dir_.path().c_str(), &parent);
+    for (int waited = 0; pid_ > 0 && waited < 5000; waited += 10) {
+      if (stat(root.c_str(), &mounted) == 0 && mounted.st_dev != parent.st_dev) {
+        mounted_ = true;
+        break;
+      }
+      if (waitpid(pid_, nullptr, WNOHANG) == pid_) {
+        pid_ = -1;
+        break;
+      }
+      usleep(10000);
+    }
+  }
+  ~FaultMount() {
+    if (mounted_) umount2(root.c_str(), MNT_DETACH);
+    if (pid_ > 0) {
+      kill(pid_, SIGTERM);
+      waitpid(pid_, nullptr, 0);
+    }
+  }
+  bool mounted() const { return mounted_; }
+  std::string why() const { return readFile(dir_ / "stderr"); }
+  // The faults that fired, one "PATH OP ACTION" line each time.
+  std::string log() const { return readFile(dir_ / "log"); }
+
+ private:
+  TempDir dir_;
+  pid_t pid_ = -1;
+  bool mounted_ = false;
+
+ public:
+  const std::string root = dir_ / "mnt";
+};
+
+#endif
+
+// What a fault does to one file of the listings: gone, or listed with this size and
+// duration; std::nullopt: the file's line stays as it was.
+struct FileEffect {
+  bool gone = false;
+  long long size = 0, duration = 0;
+};
+
+// `listing` with the record of `name` changed by `effect`: text lines "NAME\tSIZE\tDURATION"
+// (ls -f NSD) or the objects of a JSON array.
+std::string apply(std::string listing, const std::string& name, const FileEffect& effect) {
+  if (listing.empty() || listing[0] != '[') {
+    const std::size_t at = listing.find(name + "\t");
+    if (at == std::string::npos || (at > 0 && listing[at - 1] != '\n')) return listing;
+    const std::size_t end = listing.find('\n', at) + 1;
+    const std::string line = effect.gone ? "" : name + "\t" + std::to_string(effect.size) + "\t" +
+                                                    std::to_string(effect.duration) + "\n";
+    return listing.replace(at, end - at, line);
+  }
+  const std::size_t key = listing.find("\"name\":\"" + name + "\"");
+  if (key == std::string::npos) return listing;
+  std::size_t begin = listing.rfind('{', key), end = listing.find('}', key) + 1;
+  if (effect.gone) {
+    if (listing[end] == ',') ++end;
+    else if (listing[begin - 1] == ',') --begin;
+    return listing.erase(begin, end - begin);
+  }
+  std::string object = listing.substr(begin, end - begin);
+  object = std::regex_replace(object, std::regex("\"duration\":[0-9]+"),
+                              "\"duration\":" + std::to_string(effect.duration));
+  object = std::regex_replace(object, std::regex("\"size\":[0-9]+"),
+                              "\"size\":" + std::to_string(effect.size));
+  return listing.replace(begin, end - begin, object);
+}
+
+// The listings and counts each fault is checked with.
+const std::vector<std::vector<std::string>> kCommands = {
+    {"ls", "-f", "NSD", "all"},          {"ls", "--json", "all"},
+    {"ls", "--afu", "-f", "NSD", "all"}, {"ls", "--trash", "-f", "NSD", "all"},
+    {"stat", "all"},
+};
+
+// The example recordings the file faults are aimed at, each with its modification time
+// set to its start plus 61 s: the duration of a recognised file whose header was not
+// read. kQueued: 5,346 bytes, 20 s, in the AFU queue, its movie header (moov) inside
+// the first 4 KiB read; kLong: 12,188 bytes, 60 s, its moov at byte 9,930.
+struct Recording {
+  std::string name, path;
+  long long size, start;
+  bool queued;
+};
+const Recording kQueued = {"front_20261118T070140Z_alarm-12",
+                           "/archive/1/front_20261118T070140Z_alarm-12.mp4", 5346, 1794985300,
+                           true};
+const Recording kLong = {"front_20261118T070000Z", "/archive/1/front_20261118T070000Z.mp4", 12188,
+                         1794985200, false};
+
+// `counts` (stat: "FILES\tBYTES\nQUEUED\tBYTES\n") less `files` files and `bytes` bytes,
+// in the queue's line too when `queued`.
+std::string lessCounted(const std::string& counts, long long files, long long bytes,
+                        bool queued) {
+  long long n[4] = {};
+  std::sscanf(counts.c_str(), "%lld\t%lld\n%lld\t%lld", &n[0], &n[1], &n[2], &n[3]);
+  for (int line = 0; line < (queued ? 2 : 1); ++line) {
+    n[2 * line] -= files;
+    n[2 * line + 1] -= bytes;
+  }
+  return std::to_string(n[0]) + "\t" + std::to_string(n[1]) + "\n" + std::to_string(n[2]) +
+         "\t" + std::to_string(n[3]) + "\n";
+}
+
+struct Fault {
+  const Recording* file;
+  std::string rule;                  // after the file's path
+  std::optional<FileEffect> listed;  // what ls shows of the file, if it changes
+  bool counted;                      // the file is still counted by stat
+  // The commands (index into kCommands) that fail with "<folder>: cannot read: ...":
+  // those that read the folder (the count of the AFU queue reads no trash).
+  std::vector<int> failing;
+  std::string folder;
+};
+
+TEST(FaultsTest, FailingFilesAndFoldersThroughBothReadPaths) {
+#ifndef FAULTFS
+  GTEST_SKIP() << "faultfs was not built (no libfuse3 for this target)";
+#else
+  if (access("/dev/fuse", R_OK | W_OK) != 0) GTEST_SKIP() << "/dev/fuse cannot be used here";
+  TempDir device;
+  fs::copy(fs::path(EXAMPLE_ARCHIVE).parent_path(), device.path(), fs::copy_options::recursive);
+  for (const Recording* r : {&kQueued, &kLong}) setMtime(device.path() + r->path, r->start + 61);
+  const std::vector<Fault> faults = {
+      {&kQueued, "read EIO 0", FileEffect{false, 5346, 0}, true, {}, ""},
+      {&kLong, "read EIO 9930", FileEffect{false, 12188, 61}, true, {}, ""},
+      {&kQueued, "read short 1000", std::nullopt, true, {}, ""},
+      {&kQueued, "read sleep 2000", std::nullopt, true, {}, ""},
+      {&kQueued, "open EIO", FileEffect{false, 5346, 0}, true, {}, ""},
+      {&kQueued, "open ENOENT", FileEffect{true, 0, 0}, true, {}, ""},
+      {&kQueued, "getattr EIO", FileEffect{true, 0, 0}, false, {}, ""},
+      {&kLong, "getattr grow 1000", FileEffect{false, 11188, 61}, true, {}, ""},
+      {&kLong, "getattr shrink 1000", FileEffect{false, 13188, 60}, true, {}, ""},
+      {nullptr, "/archive/1 readdir EIO", std::nullopt, true, {0, 1, 2, 4}, "/archive/1"},
+      {nullptr, "/archive/1/.trash readdir EIO", std::nullopt, true, {2, 3}, "/archive/1/.trash"},
+      {nullptr, "/archive/1/.afu readdir EIO", std::nullopt, true, {0, 1, 2, 3, 4}, "/archive/1/.afu"},
+      {nullptr, "/archive/2/.locked readdir EIO", std::nullopt, true, {0, 1, 2, 3, 4},
+       "/archive/2/.locked"},
+  };
+  std::vector<std::string> baseline;
+  {
+    const FaultMount clean(device.path(), "");
+    ASSERT_TRUE(clean.mounted()) << clean.why();
+    for (const auto& args : kCommands)
+      baseline.push_back(runArchive(args, {{"DEVICE_CONFIG", clean.root + "/config.json"}}).out);
+  }
+  for (const Fault& fault : faults) {
+    const std::string rule = (fault.file ? fault.file->path + " " : "") + fault.rule + "\n";
+    const FaultMount mount(device.path(), rule);
+    ASSERT_TRUE(mount.mounted()) << mount.why();
+    for (const char* path : {"0", "everywhere"}) {
+      for (std::size_t c = 0; c < kCommands.size(); ++c) {
+        SCOPED_TRACE(rule + "ARCHIVE_IO_URING=" + path + " " +
+                     testing::PrintToString(kCommands[c]));
+        const auto started = std::chrono::steady_clock::now();
+        const RunResult got = runArchive(kCommands[c], {{"DEVICE_CONFIG", mount.root + "/config.json"},
+                                                        {"ARCHIVE_IO_URING", path}});
+        const double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+        EXPECT_LT(seconds, 3.5);  // a slow file costs its own delay, once
+        std::string want = baseline[c];
+        if (kCommands[c][0] == "stat") {
+          if (!fault.counted)
+            want = lessCounted(want, 1, fault.file->size, fault.file->queued);
+          else if (fault.listed && !fault.listed->gone)
+            want = lessCounted(want, 0, fault.file->size - fault.listed->size, fault.file->queued);
+        } else if (fault.listed) {
+          want = apply(want, fault.file->name, *fault.listed);
+        }
+        int status = 0;
+        std::string err;
+        for (int failing : fault.failing) {
+          if (std::size_t(failing) != c) continue;
+          want = kCommands[c][1] == "--json" ? "[" : "";  // the array is opened before gathering
+          status = 1;
+          err = mount.root + fault.folder + ": cannot read: Input/output error\n";
+        }
+        EXPECT_EQ(got.out, want);
+        EXPECT_EQ(got.err, err);
+        EXPECT_EQ(got.status, status);
+      }
+    }
+    EXPECT_NE(mount.log(), "") << "the fault never fired";
+  }
+#endif
+}
+
+}  // namespace
