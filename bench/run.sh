@@ -20,15 +20,15 @@
 # Other variables reach every command as they are (ARCHIVE_READ_DEPTH, ARCHIVE_IO_URING).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-cold=${BENCH_COLD:-0}
-[ "$cold" = 0 ] && cold=
+# Switches: unset, empty or 0 is off, anything else on.
+on() { case "${1:-0}" in 0) ;; *) echo 1 ;; esac; }
+cold=$(on "${BENCH_COLD:-}")
 if [ -n "$cold" ] && [ "$(id -u)" != 0 ]; then
   echo "run.sh: BENCH_COLD=1 drops the page cache before every run, which only root may do;" \
        "run it as root (sudo -E bench/run.sh)" >&2
   exit 1
 fi
-distinct=${BENCH_DISTINCT:-0}
-[ "$distinct" = 0 ] && distinct=
+distinct=$(on "${BENCH_DISTINCT:-}")
 [ -n "$cold" ] && distinct=1
 files=${BENCH_FILES:-$([ -n "$cold" ] && echo 200000 || echo 1000000)}
 recorders=${BENCH_RECORDERS:-4}
@@ -59,8 +59,10 @@ floor=$build/bench/floor
 # The archive: generated once, kept between runs. bench.env is written last, so a folder
 # without it is an interrupted generation.
 made() {  # DIR holds a whole archive of the size and kind asked for
-  grep -qx "FILES=$files" "$dir/bench.env" 2>/dev/null &&
-    [ "$(sed -n 's/^DISTINCT=//p' "$dir/bench.env")" = "${distinct:-0}" ]
+  grep -qx "FILES=$files" "$dir/bench.env" 2>/dev/null || return 1
+  local kind
+  kind=$(sed -n 's/^DISTINCT=//p' "$dir/bench.env")
+  [ "${kind:-0}" = "${distinct:-0}" ]
 }
 if [ -d "$dir" ] && ! made; then
   echo "== removing the incomplete or different archive $dir"
