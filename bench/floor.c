@@ -24,7 +24,8 @@
  *
  * Files are the regular (or not yet typed) entries whose names do not begin with ".",
  * as in an archive folder. Prints "files N bytes B" so the work is not optimised away;
- * B is the sum of sizes (stat) or of bytes read (read, seq), 0 for getdents. */
+ * B is the sum of sizes (stat) or of bytes read (read, seq, uring, pipe), 0 for getdents;
+ * seq and pipe read the same bytes. */
 #define _GNU_SOURCE
 #include <dirent.h>
 #include <errno.h>
@@ -173,8 +174,10 @@ static void advance(struct slot* s, int res) {
 /* Submits what is prepared, waits for one completion at least and advances every slot
  * whose step completed. */
 static void reap(void) {
-  if (io_uring_submit_and_wait(&ring, 1) < 0) {
-    perror("io_uring_submit_and_wait");
+  int ret;
+  while ((ret = io_uring_submit_and_wait(&ring, 1)) == -EINTR) continue;
+  if (ret < 0) {
+    fprintf(stderr, "floor: io_uring_submit_and_wait: %s\n", strerror(-ret));
     exit(1);
   }
   struct io_uring_cqe* cqe;
