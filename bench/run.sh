@@ -3,21 +3,37 @@
 # floor of reading the folders, and checks the team's targets. See bench/README.md.
 #
 # Environment (all optional):
-#   BENCH_FILES      recordings to generate              (1000000)
+#   BENCH_COLD       1: cold cache, as root: distinct recordings, the page cache dropped
+#                    before every timed run, the cold targets          (0: warm cache)
+#   BENCH_DISTINCT   1: distinct sparse recordings instead of hard links (cold: always)
+#   BENCH_FILES      recordings to generate              (1000000 warm, 200000 cold)
 #   BENCH_RECORDERS  recorders they are spread over      (4)
-#   BENCH_DIR        where the archive is generated      (/tmp/archive-bench-<files>x<recorders>)
-#   BENCH_RUNS       timed runs of each command; the median is shown   (5)
-#   BENCH_BUILD      build folder of the tool            (build-bench)
+#   BENCH_DIR        where the archive is generated
+#                    (/tmp/archive-bench-<files>x<recorders>[-distinct])
+#   BENCH_RUNS       timed runs of each command; the median is shown   (5 warm, 3 cold)
+#   BENCH_DEPTHS     files in flight to try, e.g. "64 128 256 512": `archive ls all` with
+#                    ARCHIVE_READ_DEPTH=D and `floor -d D pipe` for each
+#   BENCH_BUILD      build folder                        (build-bench)
 #   BENCH_BUILD_TYPE CMake build type                    (RelWithDebInfo)
 #   BENCH_BIN        an `archive` binary to time instead of building one
 #   BENCH_BASE_BIN   an earlier `archive` binary, timed in the same run as "before"
+# Other variables reach every command as they are (ARCHIVE_READ_DEPTH, ARCHIVE_IO_URING).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-files=${BENCH_FILES:-1000000}
+# Switches: unset, empty or 0 is off, anything else on.
+on() { case "${1:-0}" in 0) ;; *) echo 1 ;; esac; }
+cold=$(on "${BENCH_COLD:-}")
+if [ -n "$cold" ] && [ "$(id -u)" != 0 ]; then
+  echo "run.sh: BENCH_COLD=1 drops the page cache before every run, which only root may do;" \
+       "run it as root (sudo -E bench/run.sh)" >&2
+  exit 1
+fi
+distinct=$(on "${BENCH_DISTINCT:-}")
+[ -n "$cold" ] && distinct=1
+files=${BENCH_FILES:-$([ -n "$cold" ] && echo 200000 || echo 1000000)}
 recorders=${BENCH_RECORDERS:-4}
-dir=${BENCH_DIR:-/tmp/archive-bench-${files}x${recorders}}
-runs=${BENCH_RUNS:-5}
-build=${BENCH_BUILD:-$root/build-bench}
+dir=${BENCH_DIR:-/tmp/archive-bench-${files}x${recorders}${distinct:+-distinct}}
+runs=${BENCH_RUNS:-$([ -n "$cold" ] && echo 3 || echo 5)}
 out=$root/bench/out
 mkdir -p "$out"
 
@@ -32,30 +48,35 @@ if [ ! -x /usr/bin/time ]; then
   fi
 fi
 
-if [ -n "${BENCH_BIN:-}" ]; then
-  bin=$BENCH_BIN
-else
-  echo "== building the tool in $build"
-  if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE="${BENCH_BUILD_TYPE:-RelWithDebInfo}" &&
-         cmake --build "$build" --target archive -j "$(nproc)"; } > "$out/build.log" 2>&1; then
-    tail -n 20 "$out/build.log" >&2
-    echo "run.sh: the build failed; its log is in bench/out/build.log" >&2
-    exit 1
-  fi
-  bin=$build/src/main/archive
-fi
-cc -O2 -Wall -Wextra -o "$out/floor" "$root/bench/floor.c" -luring
-floor=$out/floor
+# The tool, the floor and the generator, from one build (bench/build.sh).
+targets=(floor make_archive)
+[ -z "${BENCH_BIN:-}" ] && targets+=(archive)
+echo "== building ${targets[*]}"
+build=$("$root/bench/build.sh" "${targets[@]}")
+bin=${BENCH_BIN:-$build/src/main/archive}
+floor=$build/bench/floor
 
 # The archive: generated once, kept between runs. bench.env is written last, so a folder
 # without it is an interrupted generation.
-if [ -d "$dir" ] && ! grep -qx "FILES=$files" "$dir/bench.env" 2>/dev/null; then
+made() {  # DIR holds a whole archive of the size and kind asked for
+  grep -qx "FILES=$files" "$dir/bench.env" 2>/dev/null || return 1
+  local kind
+  kind=$(sed -n 's/^DISTINCT=//p' "$dir/bench.env")
+  [ "${kind:-0}" = "${distinct:-0}" ]
+}
+if [ -d "$dir" ] && ! made; then
   echo "== removing the incomplete or different archive $dir"
   rm -rf "$dir"
 fi
 if [ ! -d "$dir" ]; then
   echo "== generating $dir"
-  "$root/bench/make-archive.sh" "$dir" "$files" "$recorders"
+  BENCH_MAKE_ARCHIVE=$build/bench/make_archive \
+    "$root/bench/make-archive.sh" ${distinct:+--distinct} "$dir" "$files" "$recorders"
+fi
+# Dropping the page cache empties it only for files that live on a disk.
+if [ -n "$cold" ] && [ "$(stat -f -c %T "$dir")" = tmpfs ]; then
+  echo "run.sh: $dir is on tmpfs, which lives in the page cache: give BENCH_DIR on a disk" >&2
+  exit 1
 fi
 # shellcheck disable=SC1091
 source "$dir/bench.env"
@@ -87,6 +108,7 @@ add fstat   "floor stat"                     "$floor stat $dirs"
 add fread   "floor read"                     "$floor read $dirs"
 add fseq    "floor seq"                      "$floor seq $dirs"
 add furing  "floor uring"                    "$floor uring $dirs"
+add fpipe   "floor pipe"                     "$floor pipe $dirs"
 # The library reads one file after another where io_uring is missing or refused; the
 # variable forces that path.
 add lsseq   "archive ls all (sequential)"    "ARCHIVE_IO_URING=0 $bin ls all"
@@ -97,18 +119,34 @@ if [ -n "${BENCH_BASE_BIN:-}" ]; then
   add b_lsall "before: ls all"               "$BENCH_BASE_BIN ls all"
   add b_json  "before: ls --json all"        "$BENCH_BASE_BIN ls --json all"
   add b_stat  "before: stat all"             "$BENCH_BASE_BIN stat all"
-  tool_keys="$tool_keys b_ls20 b_lsall b_json b_stat"
+  add b_seq   "before: ls all (sequential)"  "ARCHIVE_IO_URING=0 $BENCH_BASE_BIN ls all"
+  tool_keys="$tool_keys b_ls20 b_lsall b_json b_stat b_seq"
 fi
+if [ -n "$cold" ]; then
+  # Cold, every run reads from the disk: the listing on both paths, counting, and their
+  # floors; the pipelined floor also with 64 files in flight.
+  add fpipe64 "floor pipe, 64 in flight"     "$floor -d 64 pipe $dirs"
+  keys=(lsall lsseq fseq fpipe fpipe64 stat fstat)
+  [ -n "${BENCH_BASE_BIN:-}" ] && keys+=(b_lsall b_seq b_stat)
+fi
+# The files in flight: the tool's (when it reads ARCHIVE_READ_DEPTH) and the floor's.
+for d in ${BENCH_DEPTHS:-}; do
+  add "lsdepth$d" "archive ls all, ARCHIVE_READ_DEPTH=$d" "ARCHIVE_READ_DEPTH=$d $bin ls all"
+  add "fpdepth$d" "floor pipe, $d in flight"  "$floor -d $d pipe $dirs"
+  tool_keys="$tool_keys lsdepth$d"
+done
 
-echo "== warming the cache"
-"$floor" read $dirs >/dev/null
-find "$dir" >/dev/null
+if [ -z "$cold" ]; then
+  echo "== warming the cache"
+  "$floor" seq $dirs >/dev/null
+  find "$dir" >/dev/null
+fi
 
 echo "== checking that the tool and find select the same files"
 # The file names (with extension) in the tool's output, text or JSON.
 names() { grep -o 'cam[0-9]*_[0-9]\{8\}T[0-9]\{6\}Z[^[:space:]",/.]*\.[[:alnum:]]\+' | sort -u; }
 check() {
-  if [ "$2" = "$3" ]; then echo "ok    $1: $2"; else echo "DIFF  $1: tool $2, find $3"; fi
+  if [ "$2" = "$3" ]; then echo "ok    $1: $2"; else echo "DIFF  $1: tool $2, against $3"; fi
 }
 check "newest 20, lines" "$("$bin" ls --limit 20 all 2>/dev/null | wc -l)" 20
 check "newest 20, names" \
@@ -122,21 +160,34 @@ check "full listing, lines" "$("$bin" ls all 2>/dev/null | wc -l)" "$LISTED"
 check "full listing, sequential = read ahead" \
   "$(ARCHIVE_IO_URING=0 "$bin" ls all 2>/dev/null | md5sum | cut -c1-8)" \
   "$("$bin" ls all 2>/dev/null | md5sum | cut -c1-8)"
+check "floor pipe = floor seq" "$("$floor" pipe $dirs)" "$("$floor" seq $dirs)"
+if [ -n "$distinct" ]; then
+  # A sparse copy parses as its clip: the same duration for every recording.
+  check "durations = the clip's" "$("$bin" ls -f D all 2>/dev/null | sort -u | tr '\n' ' ')" \
+    "$("$bin" ls -f D --path "$root/examples/device/archive/1" --name front_20261118T070000Z \
+       --exts mp4 2>/dev/null | tr '\n' ' ')"
+fi
 echo "      stat all:  $("$bin" stat all 2>&1 | tr '\n\t' '  ')"
 echo "      find/awk:  $(bash -c "${cmd[findsum]}")  (archive folders only; stat also counts the queue)"
 
 load=$(cut -d' ' -f1-3 /proc/loadavg)
-echo "== timing: $runs runs each, after one warm-up run"
+results=results${cold:+-cold}.txt
+if [ -n "$cold" ]; then
+  echo "== timing: $runs runs each, the page cache dropped before every run"
+else
+  echo "== timing: $runs runs each, after one warm-up run"
+fi
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 median() { sort -n | awk '{v[NR] = $1} END {print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2}'; }
 for k in "${keys[@]}"; do
   failed[$k]=
-  bash -c "${cmd[$k]}" >/dev/null 2>&1 || failed[$k]=1
+  [ -z "$cold" ] && { bash -c "${cmd[$k]}" >/dev/null 2>&1 || failed[$k]=1; }
   : > "$tmp/times"
   : > "$tmp/cpu"
   : > "$tmp/rss"
   for ((i = 0; i < runs; i++)); do
+    [ -n "$cold" ] && { sync; echo 3 > /proc/sys/vm/drop_caches; }
     t0=$(date +%s%N)
     /usr/bin/time -f '%M %U %S' -o "$tmp/one" bash -c "${cmd[$k]}" >/dev/null 2>"$tmp/err" || failed[$k]=1
     t1=$(date +%s%N)
@@ -164,6 +215,13 @@ verdict() {  # value limit [failed-key]; a limit of "-" is shown for information
   echo "archive benchmark, $(date -u '+%Y-%m-%d'), $(nproc) cores, $(free -g | awk '/^Mem:/ {print $2}') GiB"
   echo "$FILES recordings in $RECORDERS recorders: $LISTED listed, $TRASHED in trash, $QUEUED queued," \
        "$LOCKED locked, $DOWNLOADED downloaded, $RECORDING recording; day $DAY_NAME (UTC)"
+  if [ -n "$cold" ]; then
+    echo "COLD cache: the page cache dropped (sync; echo 3 > /proc/sys/vm/drop_caches) before every run"
+  else
+    echo "warm cache"
+  fi
+  if [ -n "$distinct" ]; then kind="distinct sparse files (head, moov 30 MiB on)"; else kind="hard links to one clip"; fi
+  echo "recordings: $kind, on $(stat -f -c %T "$dir")${ARCHIVE_READ_DEPTH:+; ARCHIVE_READ_DEPTH=$ARCHIVE_READ_DEPTH for the tool}"
   echo "median of $runs runs (wall time, and user + system CPU time); peak RSS is the largest of"
   echo "the runs; load average at the start: $load"
   echo
@@ -183,34 +241,59 @@ verdict() {  # value limit [failed-key]; a limit of "-" is shown for information
     r=$(ratio "$2" "$3")
     printf '%-46s %6s %6s %6s  %s\n' "$1" "$r" "$4" "$(cpu_ratio "$2" "$3")" "$(verdict "$r" "$4" "$2")"
   }
-  target "full listing / sequential floor"      lsall fseq     0.60
-  target "full listing JSON / sequential floor" lsjson fseq    0.70
-  target "counting / stat floor"                stat  fstat    1.10
-  target "newest 20 / getdents floor"           ls20  getdents 2.00
-  for k in ls20 lsall lsjson stat; do
-    printf '%-46s %6s %6s %6s  %s\n' "bytes/file at peak, ${label[$k]#archive }" \
-      "$(awk -v r="${rss[$k]}" -v n="$LISTED" 'BEGIN {printf "%.1f", r * 1024 / n}')" 48 "" \
-      "$(verdict "$(awk -v r="${rss[$k]}" -v n="$LISTED" 'BEGIN {printf "%.1f", r * 1024 / n}')" 48 "$k")"
-  done
-  target "io_uring floor / sequential floor (info)" furing fseq -
-  target "sequential listing / sequential floor" lsseq fseq    -
-  target "sequential JSON / sequential floor"    jsonseq fseq  -
-  if [ -n "${BENCH_BASE_BIN:-}" ]; then
-    target "sequential listing / before"        lsseq b_lsall  1.00
-    target "sequential JSON / before"           jsonseq b_json 1.00
-    target "counting / before"                  stat  b_stat   1.00
-    target "newest 20 / before"                 ls20  b_ls20   1.00
-    target "before: listing / sequential floor (info)" b_lsall fseq -
-    target "before: JSON / sequential floor (info)"    b_json fseq -
+  bytes_per_file() {  # key limit: peak memory of a tool command per file listed
+    local v
+    v=$(awk -v r="${rss[$1]}" -v n="$LISTED" 'BEGIN {printf "%.1f", r * 1024 / n}')
+    printf '%-46s %6s %6s %6s  %s\n' "bytes/file at peak, ${label[$1]#archive }" "$v" "$2" "" \
+      "$(verdict "$v" "$2" "$1")"
+  }
+  if [ -n "$cold" ]; then
+    target "full listing / pipelined floor"       lsall fpipe    1.30
+    target "full listing / sequential path"       lsall lsseq    0.35
+    target "counting / stat floor"                stat  fstat    1.00
+    target "pipelined floor, 64 / 256 in flight (info)" fpipe64 fpipe -
+    target "pipelined floor / sequential floor (info)"  fpipe fseq    -
+    target "full listing / sequential floor (info)"     lsall fseq    -
+    target "sequential listing / sequential floor (info)" lsseq fseq  -
+    for k in lsall stat; do bytes_per_file "$k" -; done
+  else
+    target "full listing / pipelined floor"       lsall fpipe    1.30
+    target "full listing JSON / pipelined floor"  lsjson fpipe   1.50
+    target "counting / stat floor"                stat  fstat    1.10
+    target "newest 20 / getdents floor"           ls20  getdents 1.50
+    for k in ls20 lsall lsjson stat; do bytes_per_file "$k" 33; done
+    target "full listing / sequential floor (info)"      lsall fseq  -
+    target "full listing JSON / sequential floor (info)" lsjson fseq -
+    target "pipelined floor / sequential floor (info)"   fpipe fseq  -
+    target "io_uring floor / sequential floor (info)" furing fseq -
+    target "sequential listing / sequential floor" lsseq fseq    -
+    target "sequential JSON / sequential floor"    jsonseq fseq  -
   fi
-  echo
-  echo "earlier targets"
-  target "newest 20 / find pipeline"            ls20  find20   0.30
-  target "one day / find -newermt pipeline"     lsday findday  0.30
-  target "one day / find -name pipeline (info)" lsday findname -
-  target "counting / find+awk"                  stat  findsum  1.20
-  target "full listing / open-and-read floor (info)" lsall fread -
-  target "full listing / find+sort (info)"      lsall findall  -
-} | tee "$out/results.txt"
+  for d in ${BENCH_DEPTHS:-}; do
+    target "ls all, depth $d / floor pipe, depth $d (info)" "lsdepth$d" "fpdepth$d" -
+    target "ls all, depth $d / floor pipe (info)" "lsdepth$d" fpipe -
+  done
+  if [ -n "${BENCH_BASE_BIN:-}" ]; then
+    target "sequential listing / before, sequential" lsseq b_seq 1.00
+    target "sequential listing / before"        lsseq b_lsall  1.00
+    target "counting / before"                  stat  b_stat   1.00
+    if [ -z "$cold" ]; then
+      target "sequential JSON / before"         jsonseq b_json 1.00
+      target "newest 20 / before"               ls20  b_ls20   1.00
+      target "before: listing / sequential floor (info)" b_lsall fseq -
+      target "before: JSON / sequential floor (info)"    b_json fseq -
+    fi
+  fi
+  if [ -z "$cold" ]; then  # the find pipelines are timed warm only
+    echo
+    echo "earlier targets"
+    target "newest 20 / find pipeline"            ls20  find20   0.30
+    target "one day / find -newermt pipeline"     lsday findday  0.30
+    target "one day / find -name pipeline (info)" lsday findname -
+    target "counting / find+awk"                  stat  findsum  1.20
+    target "full listing / open-and-read floor (info)" lsall fread -
+    target "full listing / find+sort (info)"      lsall findall  -
+  fi
+} | tee "$out/$results"
 echo
-echo "(table saved in bench/out/results.txt; the archive stays in $dir: rm -rf it when done)"
+echo "(table saved in bench/out/$results; the archive stays in $dir: rm -rf it when done)"
