@@ -1,5 +1,4 @@
-// Media information of the device: its recorders and other media records, read from
-// the device configuration.
+// Media information of the device: its recorders, read from the device configuration.
 #pragma once
 
 #include <memory>
@@ -16,34 +15,13 @@ struct RecorderInfo {
   std::string archiveDirectory;  // absolute; empty when the recorder keeps no archive
 };
 
-struct CameraInfo {
-  std::string id;
-  std::string label;
-};
-struct MicrophoneInfo {
-  std::string id;
-  std::string label;
-};
-struct StorageInfo {
-  std::string id;
-  std::string mountPoint;
-};
-struct StreamInfo {
-  std::string id;
-  std::string label;
-};
-
 class MMInfo {
  public:
   // Reads "media.recorders" of `root`. A tree without it has no recorders. Throws
   // std::runtime_error naming the file and the member at fault.
   void load(cfg::Node const& root);
 
-  std::vector<std::shared_ptr<RecorderInfo>> recorders;
-  std::vector<std::shared_ptr<CameraInfo>> cameras;
-  std::vector<std::shared_ptr<MicrophoneInfo>> microphones;
-  std::vector<std::shared_ptr<StorageInfo>> storages;
-  std::vector<std::shared_ptr<StreamInfo>> streams;
+  std::vector<std::shared_ptr<RecorderInfo>> recorders;  // in configuration order
 };
 
 }  // namespace sysinfo

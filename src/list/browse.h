@@ -36,8 +36,9 @@ class IBrowseFilesFormatter {
 };
 
 // Lists the files of every member of `set`, merged into one sequence. The formatter is
-// not owned. Instantiated for the archives of a set (shared handles), their AFU queues
-// and their trashes.
+// not owned. Its begin comes before the entries are gathered, so a folder that cannot
+// be read leaves what begin wrote (the JSON listing's "[") on `out`. Instantiated for
+// the archives of a set (shared handles), their AFU queues and their trashes.
 template <typename Set>
 void browseFiles(const Set& set, const BrowseOptions& options, std::ostream& out,
                  IBrowseFilesFormatter* formatter);

@@ -2,7 +2,21 @@
 #include "list/shell_formatter.h"
 
 #include <boost/format.hpp>
+#include <cstdint>
 #include <utility>
+
+namespace {
+
+// "m:ss" below one hour, "h:mm:ss" from 3600 seconds on; divisions truncate toward zero.
+std::string durationText(std::int64_t seconds) {
+  if (seconds < 3600) {
+    return (boost::format("%d:%02d") % (seconds / 60) % (seconds % 60)).str();
+  }
+  return (boost::format("%d:%02d:%02d") % (seconds / 3600) % (seconds / 60 % 60) % (seconds % 60))
+      .str();
+}
+
+}  // namespace
 
 ShellBrowseFilesFormatter::ShellBrowseFilesFormatter(std::string columnFormat, bool quote)
     : columnFormat_(std::move(columnFormat)), quote_(quote) {}
@@ -26,7 +40,8 @@ void ShellBrowseFilesFormatter::writeColumn(std::ostream& out, char letter,
           << (file.isInAFUQueue() ? 'A' : '-');
       break;
     case 'a':
-      // The short form has kept its two blank places for scripts that cut by position.
+      // Five characters like `A`, the trash and AFU places always blank, so that scripts
+      // that cut by position read both forms alike.
       out << (file.isRecording() ? 'R' : '-') << (file.isDownloaded() ? 'D' : '-')
           << (file.isLocked() ? 'L' : '-') << "--";
       break;
@@ -77,12 +92,4 @@ void ShellBrowseFilesFormatter::writeText(std::ostream& out, const std::string& 
   } else {
     out << text;
   }
-}
-
-std::string durationText(std::int64_t seconds) {
-  if (seconds < 3600) {
-    return (boost::format("%d:%02d") % (seconds / 60) % (seconds % 60)).str();
-  }
-  return (boost::format("%d:%02d:%02d") % (seconds / 3600) % (seconds / 60 % 60) % (seconds % 60))
-      .str();
 }

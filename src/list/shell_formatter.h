@@ -2,7 +2,6 @@
 // per letter of a column format.
 #pragma once
 
-#include <cstdint>
 #include <ostream>
 #include <string>
 
@@ -33,6 +32,3 @@ class ShellBrowseFilesFormatter : public IBrowseFilesFormatter {
   std::string columnFormat_;
   bool quote_;
 };
-
-// "m:ss" below one hour, "h:mm:ss" from 3600 seconds on; divisions truncate toward zero.
-std::string durationText(std::int64_t seconds);

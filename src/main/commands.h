@@ -3,21 +3,17 @@
 #pragma once
 
 #include <cstddef>
-#include <iosfwd>
+#include <iostream>
 
 // A command handler: argv[0] is the command word as typed, argc counts it, and argv has
-// no terminating null entry. Returns the exit status.
+// no terminating null entry. Writes to std::cout and std::cerr; returns the exit status.
 using CommandHandler = int (*)(int argc, const char* const argv[]);
-// The same handler writing its results to `out` and its messages to `err`.
-using StreamCommandHandler = int (*)(int argc, const char* const argv[], std::ostream& out,
-                                     std::ostream& err);
 
 struct CommandEntry {
   const char* name;
   const char* alias;
-  const char* description;   // one line of the general help
-  CommandHandler handler;    // on std::cout and std::cerr
-  StreamCommandHandler run;  // what the dispatcher calls, with its own streams
+  const char* description;  // one line of the general help
+  CommandHandler handler;
 };
 
 std::size_t commandCount();
@@ -29,15 +25,10 @@ const CommandEntry* commandAt(std::size_t index);
 const CommandEntry* findCommand(const char* word);
 
 // The general help screen, each line flushed.
-void printGeneralHelp(std::ostream& out);
-void printGeneralHelp();
-
-// The `help` command: the general help without an operand (status 0); otherwise the named
-// command's own help, by calling its handler with {operand, "--help"}.
-int helpCommand(int argc, const char* const argv[], std::ostream& out, std::ostream& err);
-int helpCommand(int argc, const char* const argv[]);
+void printGeneralHelp(std::ostream& out = std::cout);
 
 // Everything the program does with its command line, argv[0] being the program name.
-// Returns the exit status. A std::exception leaving a handler is reported on `err` as its
-// what() text with status 1; anything else passes through.
+// Returns the exit status. Its own messages and the handler's output go to `out` and
+// `err`. A std::exception leaving a handler is reported on `err` as its what() text with
+// status 1; anything else passes through.
 int dispatch(int argc, const char* const argv[], std::ostream& out, std::ostream& err);

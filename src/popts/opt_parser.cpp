@@ -40,8 +40,8 @@ struct Cursor {
 };
 
 // A named option's limit is tested before the occurrence is counted, with greater-than:
-// an option with a limit of 1 is accepted twice. Commands rely on the second occurrence
-// of a single-valued option overwriting the first, so this stays as it is.
+// an option with a limit of 1 is accepted twice, and the second value of a single-valued
+// option overwrites the first. Commands rely on that.
 void handleOccurrence(Opt& option, Cursor& cursor) {
   if (option.count > option.maxCount) throw tooMany(option);
   cursor.skip(option.parse(cursor.remaining, cursor.word));

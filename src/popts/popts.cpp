@@ -2,7 +2,6 @@
 // and the option list of a help screen.
 #include "popts/popts.h"
 
-#include <iostream>
 #include <ostream>
 
 namespace popts {
@@ -43,8 +42,6 @@ int Switch::parse(int /*argc*/, const char* const /*argv*/[]) {
   ++count;
   return 0;
 }
-
-void OptParser::printUsage() const { printUsage(std::cout); }
 
 // One line per option: "  -s,--long<TAB>description". Options without a description and
 // positional options (shown by the command's own header) are left out. There is no

@@ -7,7 +7,7 @@
 #pragma once
 
 #include <cstddef>
-#include <iosfwd>
+#include <iostream>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -130,9 +130,6 @@ class Switch : public Opt {
   Switch(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
          bool isRequired, bool& dest)
       : Opt(parser, sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
-  Switch(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired,
-         bool& dest)
-      : Opt(sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
 
   int parse(int argc, const char* const argv[]) override;
 
@@ -145,8 +142,6 @@ class SwitchValue : public Switch {
   SwitchValue(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
               bool isRequired)
       : Switch(parser, sname, std::move(lname), std::move(desc), limit, isRequired, value_) {}
-  SwitchValue(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired)
-      : Switch(sname, std::move(lname), std::move(desc), limit, isRequired, value_) {}
 
   bool value() const { return value_; }
 
@@ -173,9 +168,6 @@ class Option : public Opt {
   Option(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
          bool isRequired, T& dest)
       : Opt(parser, sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
-  Option(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired,
-         T& dest)
-      : Opt(sname, std::move(lname), std::move(desc), limit, isRequired), target(&dest) {}
 
   int parse(int argc, const char* const argv[]) override {
     detail::parseValue<Parser>(*this, argc, argv, *target);
@@ -195,10 +187,6 @@ class OptionValue : public Option<T, Parser> {
       : Option<T, Parser>(parser, sname, std::move(lname), std::move(desc), limit, isRequired,
                           value_),
         value_(initial) {}
-  OptionValue(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired,
-              const T& initial = T())
-      : Option<T, Parser>(sname, std::move(lname), std::move(desc), limit, isRequired, value_),
-        value_(initial) {}
 
   const T& value() const { return value_; }
 
@@ -214,9 +202,6 @@ class MultiOption : public Opt {
   MultiOption(OptParser& parser, char sname, std::string lname, std::string desc, std::size_t limit,
               bool isRequired, OutputIt out)
       : Opt(parser, sname, std::move(lname), std::move(desc), limit, isRequired), target(out) {}
-  MultiOption(char sname, std::string lname, std::string desc, std::size_t limit, bool isRequired,
-              OutputIt out)
-      : Opt(sname, std::move(lname), std::move(desc), limit, isRequired), target(out) {}
 
   int parse(int argc, const char* const argv[]) override {
     T value{};
@@ -239,10 +224,6 @@ class MultiOptionValue : public MultiOption<T, std::back_insert_iterator<Contain
   MultiOptionValue(OptParser& parser, char sname, std::string lname, std::string desc,
                    std::size_t limit, bool isRequired)
       : Base(parser, sname, std::move(lname), std::move(desc), limit, isRequired,
-             std::back_inserter(values_)) {}
-  MultiOptionValue(char sname, std::string lname, std::string desc, std::size_t limit,
-                   bool isRequired)
-      : Base(sname, std::move(lname), std::move(desc), limit, isRequired,
              std::back_inserter(values_)) {}
 
   const Container& values() const { return values_; }
@@ -269,10 +250,8 @@ class OptParser {
 
   bool helpRequested() const { return help.value(); }
 
-  // Writes one line per named option with a description to standard output.
-  void printUsage() const;
-  // The same lines to `out`, flushed one by one.
-  void printUsage(std::ostream& out) const;
+  // Writes one line per named option with a description, each flushed.
+  void printUsage(std::ostream& out = std::cout) const;
 
   std::vector<Opt*> options;
   SwitchValue help;

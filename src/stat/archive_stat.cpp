@@ -1,7 +1,7 @@
 // Counting and printing of archive statistics.
 #include "stat/archive_stat.h"
 
-#include <iostream>
+#include <ostream>
 
 #include "archive_access/archive_access.h"
 
@@ -33,6 +33,11 @@ bool countFile(ArchiveStat& stat, archive::FileInfo& file) {
   return true;
 }
 
+// "<count>\t<size>" and std::endl: the count unsigned, the size signed.
+void printCountSizeLine(std::ostream& out, std::uint64_t count, std::int64_t size) {
+  out << count << '\t' << size << std::endl;
+}
+
 }  // namespace
 
 template <typename Sources>
@@ -58,16 +63,8 @@ objstream::object makeCountSizeObject(long long count, long long size) {
   return pair;
 }
 
-void printCountSizeJson(std::ostream& out, long long count, long long size) {
+void printCountSizeJson(long long count, long long size, std::ostream& out) {
   out << makeCountSizeObject(count, size) << std::endl;
-}
-
-void printCountSizeJson(long long count, long long size) {
-  printCountSizeJson(std::cout, count, size);
-}
-
-void printCountSizeLine(std::ostream& out, std::uint64_t count, std::int64_t size) {
-  out << count << '\t' << size << std::endl;
 }
 
 void printArchiveStat(std::ostream& out, const ArchiveStat& stat, StatSource source, bool json) {
@@ -75,7 +72,7 @@ void printArchiveStat(std::ostream& out, const ArchiveStat& stat, StatSource sou
   // 2^63 shows negative there while the text form shows it unsigned.
   auto printPair = [&out, json](std::uint64_t count, std::int64_t size) {
     if (json) {
-      printCountSizeJson(out, static_cast<long long>(count), size);
+      printCountSizeJson(static_cast<long long>(count), size, out);
     } else {
       printCountSizeLine(out, count, size);
     }

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <iostream>
 #include <memory>
-#include <ostream>
 #include <vector>
 
 #include "archive/archive.h"
@@ -40,11 +40,7 @@ objstream::object makeCountSizeObject(long long count, long long size);
 
 // Writes makeCountSizeObject(count, size) and std::endl. A count above 2^63 arrives
 // here as a negative long long and is written as such.
-void printCountSizeJson(std::ostream& out, long long count, long long size);
-void printCountSizeJson(long long count, long long size);  // to std::cout
-
-// Writes "<count>\t<size>" and std::endl: the count unsigned, the size signed.
-void printCountSizeLine(std::ostream& out, std::uint64_t count, std::int64_t size);
+void printCountSizeJson(long long count, long long size, std::ostream& out = std::cout);
 
 // Which set a stat was taken over; it decides which totals are printed.
 enum class StatSource { archives, afu, trash };

@@ -7,5 +7,5 @@
 // to `out`, option errors to `err`. Returns 0 after the totals, 1 after the help screen,
 // 2 after an option error.
 int statCommand(int argc, const char* const argv[], std::ostream& out, std::ostream& err);
-// The same on std::cout and std::cerr.
+// The same on std::cout and std::cerr: the handler of the command table.
 int statCommand(int argc, const char* const argv[]);
