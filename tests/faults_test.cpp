@@ -44,8 +44,8 @@ class FaultMount {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 2, (dir_ / "stderr").c_str(),
-                                     O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, (dir_ / "stderr").c_str(), O_WRONLY | O_CREAT,
+                                     0600);
     if (posix_spawn(&pid_, FAULTFS, &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
     posix_spawn_file_actions_destroy(&actions);
     // Mounted once the mount point is another device than its parent.
@@ -100,16 +100,19 @@ std::string apply(std::string listing, const std::string& name, const FileEffect
     const std::size_t at = listing.find(name + "\t");
     if (at == std::string::npos || (at > 0 && listing[at - 1] != '\n')) return listing;
     const std::size_t end = listing.find('\n', at) + 1;
-    const std::string line = effect.gone ? "" : name + "\t" + std::to_string(effect.size) + "\t" +
-                                                    std::to_string(effect.duration) + "\n";
+    const std::string line = effect.gone ? ""
+                                         : name + "\t" + std::to_string(effect.size) + "\t" +
+                                               std::to_string(effect.duration) + "\n";
     return listing.replace(at, end - at, line);
   }
   const std::size_t key = listing.find("\"name\":\"" + name + "\"");
   if (key == std::string::npos) return listing;
   std::size_t begin = listing.rfind('{', key), end = listing.find('}', key) + 1;
   if (effect.gone) {
-    if (listing[end] == ',') ++end;
-    else if (listing[begin - 1] == ',') --begin;
+    if (listing[end] == ',')
+      ++end;
+    else if (listing[begin - 1] == ',')
+      --begin;
     return listing.erase(begin, end - begin);
   }
   std::string object = listing.substr(begin, end - begin);
@@ -122,8 +125,10 @@ std::string apply(std::string listing, const std::string& name, const FileEffect
 
 // The listings and counts each fault is checked with.
 const std::vector<std::vector<std::string>> kCommands = {
-    {"ls", "-f", "NSD", "all"},          {"ls", "--json", "all"},
-    {"ls", "--afu", "-f", "NSD", "all"}, {"ls", "--trash", "-f", "NSD", "all"},
+    {"ls", "-f", "NSD", "all"},
+    {"ls", "--json", "all"},
+    {"ls", "--afu", "-f", "NSD", "all"},
+    {"ls", "--trash", "-f", "NSD", "all"},
     {"stat", "all"},
 };
 
@@ -144,16 +149,15 @@ const Recording kLong = {"front_20261118T070000Z", "/archive/1/front_20261118T07
 
 // `counts` (stat: "FILES\tBYTES\nQUEUED\tBYTES\n") less `files` files and `bytes` bytes,
 // in the queue's line too when `queued`.
-std::string lessCounted(const std::string& counts, long long files, long long bytes,
-                        bool queued) {
+std::string lessCounted(const std::string& counts, long long files, long long bytes, bool queued) {
   long long n[4] = {};
   std::sscanf(counts.c_str(), "%lld\t%lld\n%lld\t%lld", &n[0], &n[1], &n[2], &n[3]);
   for (int line = 0; line < (queued ? 2 : 1); ++line) {
     n[2 * line] -= files;
     n[2 * line + 1] -= bytes;
   }
-  return std::to_string(n[0]) + "\t" + std::to_string(n[1]) + "\n" + std::to_string(n[2]) +
-         "\t" + std::to_string(n[3]) + "\n";
+  return std::to_string(n[0]) + "\t" + std::to_string(n[1]) + "\n" + std::to_string(n[2]) + "\t" +
+         std::to_string(n[3]) + "\n";
 }
 
 struct Fault {
@@ -187,8 +191,17 @@ TEST(FaultsTest, FailingFilesAndFoldersThroughBothReadPaths) {
       {&kLong, "getattr shrink 1000", FileEffect{false, 13188, 60}, true, {}, ""},
       {nullptr, "/archive/1 readdir EIO", std::nullopt, true, {0, 1, 2, 4}, "/archive/1"},
       {nullptr, "/archive/1/.trash readdir EIO", std::nullopt, true, {2, 3}, "/archive/1/.trash"},
-      {nullptr, "/archive/1/.afu readdir EIO", std::nullopt, true, {0, 1, 2, 3, 4}, "/archive/1/.afu"},
-      {nullptr, "/archive/2/.locked readdir EIO", std::nullopt, true, {0, 1, 2, 3, 4},
+      {nullptr,
+       "/archive/1/.afu readdir EIO",
+       std::nullopt,
+       true,
+       {0, 1, 2, 3, 4},
+       "/archive/1/.afu"},
+      {nullptr,
+       "/archive/2/.locked readdir EIO",
+       std::nullopt,
+       true,
+       {0, 1, 2, 3, 4},
        "/archive/2/.locked"},
   };
   std::vector<std::string> baseline;
@@ -207,8 +220,9 @@ TEST(FaultsTest, FailingFilesAndFoldersThroughBothReadPaths) {
         SCOPED_TRACE(rule + "ARCHIVE_IO_URING=" + path + " " +
                      testing::PrintToString(kCommands[c]));
         const auto started = std::chrono::steady_clock::now();
-        const RunResult got = runArchive(kCommands[c], {{"DEVICE_CONFIG", mount.root + "/config.json"},
-                                                        {"ARCHIVE_IO_URING", path}});
+        const RunResult got = runArchive(
+            kCommands[c],
+            {{"DEVICE_CONFIG", mount.root + "/config.json"}, {"ARCHIVE_IO_URING", path}});
         const double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
         EXPECT_LT(seconds, 3.5);  // a slow file costs its own delay, once

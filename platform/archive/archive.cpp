@@ -26,8 +26,8 @@ struct Archive::State {
     if (!markers) {
       const std::string dir = directory.string();
       missing = !detail::openFolder(dir);
-      markers = missing ? std::make_unique<detail::Markers>()
-                        : std::make_unique<detail::Markers>(dir);
+      markers =
+          missing ? std::make_unique<detail::Markers>() : std::make_unique<detail::Markers>(dir);
     }
     return *markers;
   }

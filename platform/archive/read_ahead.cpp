@@ -132,8 +132,7 @@ void ReadAhead::startWaiting() {
 void ReadAhead::start(Item& item) {
   const FileEntry& entry = *item.result.entry;
   entry.folder->appendName(entry, item.name);
-  io_uring_prep_openat(prepare(&item), entry.folder->dir->get(), item.name.c_str(), kOpenFlags,
-                       0);
+  io_uring_prep_openat(prepare(&item), entry.folder->dir->get(), item.name.c_str(), kOpenFlags, 0);
   item.stage = Item::kOpening;
   ++inFlight_;
 }
@@ -141,8 +140,7 @@ void ReadAhead::start(Item& item) {
 void ReadAhead::opened(Item& item, int res) {
   if (res < 0) {
     // The kernel will not open through the ring: neither this file nor the later ones.
-    if (res == -EINVAL || res == -EOPNOTSUPP || res == -ENOSYS || res == -EPERM)
-      usable_ = false;
+    if (res == -EINVAL || res == -EOPNOTSUPP || res == -ENOSYS || res == -EPERM) usable_ = false;
     // Gone since it was gathered: left out. Any other failure (an I/O error, no
     // permission, no descriptor left) is the plain path's to judge, as for a file read
     // alone.

@@ -191,8 +191,7 @@ static void loadRules(const char* file) {
   while (fgets(line, sizeof line, f) && ruleCount < kMaxRules) {
     struct rule* r = &rules[ruleCount];
     r->arg = 0;
-    if (sscanf(line, "%4095s %15s %15s %lld", r->path, r->op, r->action, &r->arg) >= 3)
-      ++ruleCount;
+    if (sscanf(line, "%4095s %15s %15s %lld", r->path, r->op, r->action, &r->arg) >= 3) ++ruleCount;
   }
   fclose(f);
 }

@@ -102,8 +102,8 @@ class ReadAhead {
   std::deque<Item> items_;  // in browse order; references stay valid at both ends
   const unsigned depth_;
   const std::size_t capacity_;
-  std::size_t started_ = 0;    // items_[0, started_) have been started
-  unsigned inFlight_ = 0;      // files between their open and their finish
+  std::size_t started_ = 0;  // items_[0, started_) have been started
+  unsigned inFlight_ = 0;    // files between their open and their finish
   unsigned readsInFlight_ = 0;
   unsigned outstanding_ = 0;   // operations prepared and not yet completed
   std::size_t heldBytes_ = 0;  // header bytes held by the files in flight
