@@ -2,6 +2,7 @@
 // another (ARCHIVE_IO_URING=0), give the same bytes: on the example device, and on a
 // recorder with enough recordings for several batches.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <filesystem>
 #include <string>
@@ -60,6 +61,15 @@ TEST(ReadPathsTest, ExampleDeviceAndManyBatchesListTheSameBytes) {
     expectSameBothWays((example / "config.json").string(), args);
     expectSameBothWays(dir / "config.json", args);
   }
+  // With few descriptors to spare, fewer files are in flight: none of them is read
+  // differently for the lack of one.
+  rlimit limit, few;
+  getrlimit(RLIMIT_NOFILE, &limit);
+  few = limit;
+  few.rlim_cur = 24;
+  setrlimit(RLIMIT_NOFILE, &few);
+  expectSameBothWays(dir / "config.json", kListings[0]);
+  setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 }  // namespace

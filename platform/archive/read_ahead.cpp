@@ -8,10 +8,12 @@
 
 #include <liburing.h>
 #include <linux/magic.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -35,11 +37,18 @@ constexpr std::size_t kMaxHeldBytes = std::size_t(4) << 20;
 constexpr unsigned kSubmitBatch = 16;
 
 unsigned depthSetting() {
-  const char* setting = std::getenv("ARCHIVE_READ_DEPTH");
-  if (!setting || !*setting) return ReadAhead::kDepth;
-  char* end = nullptr;
-  const unsigned long depth = std::strtoul(setting, &end, 10);
-  return *end == '\0' && depth >= 1 && depth <= 1024 ? unsigned(depth) : ReadAhead::kDepth;
+  unsigned depth = ReadAhead::kDepth;
+  if (const char* setting = std::getenv("ARCHIVE_READ_DEPTH"); setting && *setting) {
+    char* end = nullptr;
+    const unsigned long wanted = std::strtoul(setting, &end, 10);
+    if (*end == '\0' && wanted >= 1 && wanted <= 1024) depth = unsigned(wanted);
+  }
+  // Each file in flight holds a descriptor: leave half of them to the rest of the
+  // process, and to the plain path.
+  struct rlimit files;
+  if (getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur != RLIM_INFINITY)
+    depth = unsigned(std::max<rlim_t>(1, std::min<rlim_t>(depth, files.rlim_cur / 2)));
+  return depth;
 }
 
 // exfat has no constant in older kernel headers.
@@ -123,6 +132,11 @@ void ReadAhead::push(const FileEntry& entry) {
 }
 
 void ReadAhead::startWaiting() {
+  while (!reopen_.empty() && inFlight_ < depth_ && usable_ && !draining_) {
+    Item& item = *reopen_.front();
+    reopen_.pop_front();
+    start(item);
+  }
   while (started_ < items_.size() && inFlight_ < depth_ && usable_ && !draining_) {
     Item& item = items_[started_++];
     if (item.stage == Item::kWaiting) start(item);
@@ -131,6 +145,7 @@ void ReadAhead::startWaiting() {
 
 void ReadAhead::start(Item& item) {
   const FileEntry& entry = *item.result.entry;
+  item.name.clear();
   entry.folder->appendName(entry, item.name);
   io_uring_prep_openat(prepare(&item), entry.folder->dir->get(), item.name.c_str(), kOpenFlags, 0);
   item.stage = Item::kOpening;
@@ -138,6 +153,15 @@ void ReadAhead::start(Item& item) {
 }
 
 void ReadAhead::opened(Item& item, int res) {
+  if ((res == -EMFILE || res == -ENFILE) && inFlight_ > 1) {
+    // Out of descriptors: fewer files in flight, and this one again once another is
+    // done, so that it is read as it would be alone.
+    --inFlight_;
+    depth_ = inFlight_;
+    item.stage = Item::kWaiting;
+    reopen_.push_back(&item);
+    return;
+  }
   if (res < 0) {
     // The kernel will not open through the ring: neither this file nor the later ones.
     if (res == -EINVAL || res == -EOPNOTSUPP || res == -ENOSYS || res == -EPERM) usable_ = false;
@@ -297,6 +321,7 @@ void ReadAhead::fail() {
     item.stage = Item::kDone;
   }
   parked_.clear();
+  reopen_.clear();
   inFlight_ = readsInFlight_ = 0;
   heldBytes_ = 0;
 }

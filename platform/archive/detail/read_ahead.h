@@ -43,7 +43,8 @@ bool ringServes(int dirFd);
 
 class ReadAhead {
  public:
-  // Files in flight at once unless ARCHIVE_READ_DEPTH (1 to 1024) says otherwise.
+  // Files in flight at once unless ARCHIVE_READ_DEPTH (1 to 1024) says otherwise; never
+  // more than half the descriptors the process may open.
   static constexpr unsigned kDepth = 256;
 
   // The reader, or null when io_uring is switched off (ARCHIVE_IO_URING=0), missing (an
@@ -100,7 +101,7 @@ class ReadAhead {
 
   std::unique_ptr<Ring> ring_;
   std::deque<Item> items_;  // in browse order; references stay valid at both ends
-  const unsigned depth_;
+  unsigned depth_;          // files in flight at most; lowered when descriptors run out
   const std::size_t capacity_;
   std::size_t started_ = 0;  // items_[0, started_) have been started
   unsigned inFlight_ = 0;    // files between their open and their finish
@@ -108,6 +109,7 @@ class ReadAhead {
   unsigned outstanding_ = 0;   // operations prepared and not yet completed
   std::size_t heldBytes_ = 0;  // header bytes held by the files in flight
   std::deque<Item*> parked_;   // files whose next read waits for held bytes to drop
+  std::deque<Item*> reopen_;   // files whose open found no descriptor left, to open again
   bool usable_ = true;         // false once the ring failed or refused: the rest goes plain
   bool draining_ = false;      // completions are only waited for, nothing new started
   bool everywhere_ = false;    // the ring serves every folder, whatever its file system
