@@ -138,29 +138,34 @@ class FileInfo {
   std::uint8_t flagsKnown_ = 0;  // which flags flags_ answers for
 };
 
+namespace detail {
+// What the archive's two views share: the archive they look into.
+class ArchiveView {
+ public:
+  explicit ArchiveView(const Archive& archive) : archive_(archive) {}
+
+ protected:
+  const Archive& archive_;
+};
+}  // namespace detail
+
 // The AFU queue of an archive: its recordings, in the archive folder or in its trash,
 // that carry an .afu marker.
-class AFUQueue {
+class AFUQueue : detail::ArchiveView {
  public:
-  explicit AFUQueue(const Archive& archive) : archive_(archive) {}
+  using ArchiveView::ArchiveView;
   virtual ~AFUQueue() = default;
   // Appends the queued files' entries to `entries`.
   virtual void appendEntries(std::deque<detail::FileEntry>& entries) const;
-
- private:
-  const Archive& archive_;
 };
 
 // The trash of an archive: deleted recordings still kept in <dir>/.trash.
-class Trash {
+class Trash : detail::ArchiveView {
  public:
-  explicit Trash(const Archive& archive) : archive_(archive) {}
+  using ArchiveView::ArchiveView;
   virtual ~Trash() = default;
   // Appends the trash's entries to `entries`; each is `deleted`.
   virtual void appendEntries(std::deque<detail::FileEntry>& entries) const;
-
- private:
-  const Archive& archive_;
 };
 
 // One recording store. Created on the heap and shared; never copied.

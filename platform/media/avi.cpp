@@ -30,9 +30,11 @@ std::optional<Chunk> findChunk(Reader& reader, std::uint64_t begin, std::uint64_
                                const char* id, const char* listType = nullptr) {
   reader.expect(begin, end);
   std::uint64_t offset = begin;
-  for (int i = 0; i < kMaxChunksPerLevel && end - offset >= 8; ++i) {
+  int chunks = 0;
+  while (chunks++ < kMaxChunksPerLevel && end - offset >= 8) {
+    // A chunk header, and the type of a LIST.
     std::uint8_t h[12];
-    const std::size_t n = reader.read(offset, h, end - offset >= 12 ? 12 : 8);
+    const std::size_t n = reader.read(offset, h, std::min<std::uint64_t>(end - offset, 12));
     if (n < 8) return std::nullopt;
     const std::uint64_t size = le32(h + 4);
     if (size > end - offset - 8) return std::nullopt;
