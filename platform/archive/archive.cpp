@@ -21,7 +21,8 @@ struct Archive::State {
 
   // Opens <dir> first, so that a <dir> that cannot be read is reported by its own name
   // rather than by the name of the first folder inside it; then reads the marker
-  // folders whole, so that one that cannot be read is reported before any output.
+  // folders whole, so that one that cannot be read is reported with the gathering,
+  // before any file is listed.
   detail::Markers& prepare() {
     if (!markers) {
       const std::string dir = directory.string();

@@ -23,8 +23,8 @@ enum EntryFlag : std::uint8_t {
 inline constexpr std::uint8_t kMarkerFlags = kRecording | kLocked | kDownloaded | kInAFUQueue;
 
 // The flags of an archive: the names of its marker folders, read whole when the archive
-// is first gathered, so that a marker folder that cannot be read is reported before
-// any output, never half-way through a listing. A missing folder means nobody carries
+// is first gathered, so that a marker folder that cannot be read is reported with the
+// gathering, never half-way through a listing. A missing folder means nobody carries
 // its flag. Marker folders are small beside the archive: a flag marks the exception.
 class Markers {
  public:
