@@ -17,17 +17,16 @@ media::Answer readDuration(int fd, std::uint64_t size, std::string_view extensio
   media::DurationProbe probe(size, extension);
   while (!probe.done()) {
     const media::ByteRange range = probe.next();
-    std::string bytes(range.length, '\0');
+    std::uint8_t* bytes = probe.buffer();
     std::size_t done = 0;
     // A short read goes on where it stopped; an error ends the range as the end of the
     // file would.
-    while (done < bytes.size()) {
-      const ssize_t n = pread(fd, &bytes[done], bytes.size() - done, off_t(range.offset + done));
+    while (done < range.length) {
+      const ssize_t n = pread(fd, bytes + done, range.length - done, off_t(range.offset + done));
       if (n <= 0) break;
       done += std::size_t(n);
     }
-    bytes.resize(done);
-    probe.add(std::move(bytes));
+    probe.commit(done);
   }
   return probe.answer();
 }

@@ -32,6 +32,8 @@ namespace {
 // oldest waiting file is always read when no read is in flight, so nothing waits for
 // ever.
 constexpr std::size_t kMaxHeldBytes = std::size_t(4) << 20;
+// The header memory a slot keeps for the next file: what the usual file needs.
+constexpr std::size_t kKeptPerSlot = 64 * 1024;
 // Prepared steps are submitted once this many wait, even when the file handed on next
 // is finished already, so that the kernel always has work.
 constexpr unsigned kSubmitBatch = 16;
@@ -83,7 +85,9 @@ struct ReadAhead::Ring {
 };
 
 ReadAhead::ReadAhead(std::unique_ptr<Ring> ring, unsigned depth)
-    : ring_(std::move(ring)), depth_(depth), capacity_(std::size_t(depth) * 4) {}
+    : ring_(std::move(ring)), slots_(depth), depth_(depth), capacity_(std::size_t(depth) * 4) {
+  for (unsigned i = depth; i-- > 0;) freeSlots_.push_back(int(i));
+}
 
 ReadAhead::~ReadAhead() { drain(); }
 
@@ -145,9 +149,14 @@ void ReadAhead::startWaiting() {
 
 void ReadAhead::start(Item& item) {
   const FileEntry& entry = *item.result.entry;
-  item.name.clear();
-  entry.folder->appendName(entry, item.name);
-  io_uring_prep_openat(prepare(&item), entry.folder->dir->get(), item.name.c_str(), kOpenFlags, 0);
+  if (item.slot < 0) {
+    item.slot = freeSlots_.back();
+    freeSlots_.pop_back();
+  }
+  std::string& name = slots_[std::size_t(item.slot)].name;
+  name.clear();
+  entry.folder->appendName(entry, name);
+  io_uring_prep_openat(prepare(&item), entry.folder->dir->get(), name.c_str(), kOpenFlags, 0);
   item.stage = Item::kOpening;
   ++inFlight_;
 }
@@ -175,28 +184,31 @@ void ReadAhead::opened(Item& item, int res) {
   if (fstat(item.fd, &st) != 0 || !S_ISREG(st.st_mode)) return finish(item, ReadResult::kPlain);
   item.result.size = st.st_size;
   item.result.mtime = st.st_mtime;
-  item.probe.emplace(std::uint64_t(st.st_size), fileExtension(item.name));
+  Slot& slot = slots_[std::size_t(item.slot)];
+  slot.probe.reset(std::uint64_t(st.st_size), fileExtension(slot.name));
   askNext(item);
 }
 
 void ReadAhead::askNext(Item& item) {
-  if (!item.probe->done()) return issueRead(item);
+  const media::DurationProbe& probe = slots_[std::size_t(item.slot)].probe;
+  if (!probe.done()) return issueRead(item);
   item.result.duration =
-      reportedDuration(item.probe->answer(), item.result.mtime, item.result.entry->startTime);
+      reportedDuration(probe.answer(), item.result.mtime, item.result.entry->startTime);
   finish(item, ReadResult::kRead);
 }
 
 void ReadAhead::issueRead(Item& item) {
-  const media::ByteRange range = item.probe->next();
+  media::DurationProbe& probe = slots_[std::size_t(item.slot)].probe;
+  const media::ByteRange range = probe.next();
   if (heldBytes_ + range.length > kMaxHeldBytes && readsInFlight_ > 0) {
     parked_.push_back(&item);
     return;
   }
-  item.bytes.resize(range.length);
+  item.room = probe.buffer();
   item.got = 0;
-  item.held += range.length;
-  heldBytes_ += range.length;
-  io_uring_prep_read(prepare(&item), item.fd, item.bytes.data(), range.length, range.offset);
+  heldBytes_ += probe.bytesHeld() - item.held;
+  item.held = probe.bytesHeld();
+  io_uring_prep_read(prepare(&item), item.fd, item.room, range.length, range.offset);
   item.stage = Item::kReading;
   ++readsInFlight_;
 }
@@ -206,25 +218,23 @@ void ReadAhead::readDone(Item& item, int res) {
   // Not read now (a read that would have blocked, an interrupted one): the plain path
   // reads the file again from the start.
   if (res == -EAGAIN || res == -EINTR || res == -ECANCELED) return finish(item, ReadResult::kPlain);
-  const media::ByteRange range = item.probe->next();
+  media::DurationProbe& probe = slots_[std::size_t(item.slot)].probe;
+  const media::ByteRange range = probe.next();
   if (res > 0) {
     item.got += std::size_t(res);
     // As pread: a short read goes on where it stopped.
-    if (item.got < item.bytes.size()) {
-      io_uring_prep_read(prepare(&item), item.fd, item.bytes.data() + item.got,
-                         unsigned(item.bytes.size() - item.got), range.offset + item.got);
+    if (item.got < range.length) {
+      io_uring_prep_read(prepare(&item), item.fd, item.room + item.got,
+                         unsigned(range.length - item.got), range.offset + item.got);
       ++readsInFlight_;
       return;
     }
   }
   // The end of the file, or an error: the bytes not read count as missing, as past the
   // end of a file.
-  const std::size_t unread = item.bytes.size() - item.got;
-  item.held -= unread;
-  heldBytes_ -= unread;
-  item.bytes.resize(item.got);
-  item.probe->add(std::move(item.bytes));
-  item.bytes = std::string();
+  probe.commit(item.got);
+  heldBytes_ -= item.held - probe.bytesHeld();
+  item.held = probe.bytesHeld();
   askNext(item);
   unpark();
 }
@@ -234,9 +244,13 @@ void ReadAhead::finish(Item& item, int outcome) {
     io_uring_prep_close(prepare(nullptr), item.fd);
     item.fd = -1;
   }
-  std::string().swap(item.name);
-  item.probe.reset();
-  std::string().swap(item.bytes);
+  if (item.slot >= 0) {
+    // A slot whose file needed large reads gives its memory back.
+    Slot& slot = slots_[std::size_t(item.slot)];
+    if (slot.probe.bytesKept() > kKeptPerSlot) slot.probe = media::DurationProbe();
+    freeSlots_.push_back(item.slot);
+    item.slot = -1;
+  }
   heldBytes_ -= item.held;
   item.held = 0;
   item.result.outcome = ReadResult::Outcome(outcome);
@@ -249,7 +263,8 @@ void ReadAhead::finish(Item& item, int outcome) {
 void ReadAhead::unpark() {
   while (!parked_.empty()) {
     Item& item = *parked_.front();
-    if (heldBytes_ + item.probe->next().length > kMaxHeldBytes && readsInFlight_ > 0) return;
+    const media::ByteRange range = slots_[std::size_t(item.slot)].probe.next();
+    if (heldBytes_ + range.length > kMaxHeldBytes && readsInFlight_ > 0) return;
     parked_.pop_front();
     issueRead(item);
   }
@@ -315,6 +330,7 @@ void ReadAhead::fail() {
   for (Item& item : items_) {
     if (item.stage == Item::kDone) continue;
     if (item.fd >= 0) ::close(item.fd);
+    if (item.slot >= 0) freeSlots_.push_back(item.slot);
     const FileEntry* entry = item.result.entry;
     item = Item();
     item.result.entry = entry;

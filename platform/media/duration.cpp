@@ -9,22 +9,35 @@
 
 namespace media {
 
-void ByteWindows::add(ByteRange asked, std::string bytes) {
-  const bool isShort = bytes.size() < asked.length;
-  windows_.push_back({asked.offset, std::move(bytes), isShort});
+std::uint8_t* ByteWindows::reserve(ByteRange asked) {
+  const std::size_t at = bytes_.size();
+  bytes_.resize(at + asked.length);
+  return reinterpret_cast<std::uint8_t*>(&bytes_[at]);
+}
+
+void ByteWindows::keep(ByteRange asked, std::size_t got) {
+  const std::size_t at = bytes_.size() - asked.length;
+  got = std::min<std::size_t>(got, asked.length);
+  bytes_.resize(at + got);
+  windows_.push_back({asked.offset, at, got, got < asked.length});
+}
+
+void ByteWindows::clear() {
+  bytes_.clear();
+  windows_.clear();
 }
 
 bool ByteWindows::endsShortAt(std::uint64_t offset) const {
   for (const Window& w : windows_)
-    if (w.isShort && w.offset + w.bytes.size() == offset) return true;
+    if (w.isShort && w.offset + w.size == offset) return true;
   return false;
 }
 
 std::string_view ByteWindows::view(std::uint64_t offset, std::size_t length) const {
   for (const Window& w : windows_) {
-    if (offset >= w.offset && offset - w.offset < w.bytes.size()) {
+    if (offset >= w.offset && offset - w.offset < w.size) {
       const std::size_t from = std::size_t(offset - w.offset);
-      return std::string_view(w.bytes).substr(from, length);
+      return std::string_view(bytes_).substr(w.at + from, std::min(length, w.size - from));
     }
   }
   return {};
@@ -168,23 +181,32 @@ Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize, std::stri
   return answer;
 }
 
-DurationProbe::DurationProbe(std::uint64_t fileSize, std::string_view extension)
-    : size_(fileSize), extension_(extension) {
+void DurationProbe::reset(std::uint64_t fileSize, std::string_view extension) {
+  windows_.clear();
+  size_ = fileSize;
+  extension_.assign(extension);
+  answer_ = Answer();
   answer_.verdict = Verdict::need;
   answer_.next = firstRange(fileSize);
-  if (answer_.next.length == 0) add({});  // an empty file: nothing to read
+  if (answer_.next.length == 0) commit(0);  // an empty file: nothing to read
 }
 
-void DurationProbe::add(std::string bytes) {
-  windows_.add(answer_.next, std::move(bytes));
+void DurationProbe::commit(std::size_t got) {
+  windows_.keep(answer_.next, got);
   ask();
+}
+
+void DurationProbe::add(std::string_view bytes) {
+  const std::size_t got = std::min<std::size_t>(bytes.size(), answer_.next.length);
+  std::memcpy(buffer(), bytes.data(), got);
+  commit(got);
 }
 
 void DurationProbe::ask() {
   answer_ = probeDuration(windows_, size_, extension_);
   // A range of no bytes is read at once: there is nothing to wait for.
   while (answer_.verdict == Verdict::need && answer_.next.length == 0) {
-    windows_.add(answer_.next, {});
+    windows_.keep(answer_.next, 0);
     answer_ = probeDuration(windows_, size_, extension_);
   }
 }

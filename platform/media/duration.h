@@ -26,14 +26,23 @@ struct ByteRange {
   std::uint32_t length = 0;  // 1 to kMaxReadLength
 };
 
-// The bytes of one file read so far: windows at known offsets. A window shorter than
-// the range asked for means the file ended there (or could not be read further).
+// The bytes of one file read so far: windows at known offsets, kept back to back in one
+// buffer that is reused from file to file. A window shorter than the range asked for
+// means the file ended there (or could not be read further).
 class ByteWindows {
  public:
-  // The bytes read for `asked`; fewer than asked when the file ended first.
-  void add(ByteRange asked, std::string bytes);
-  // How many windows were added (each is one read).
+  // Room for the bytes of `asked`, valid until keep(): read into it, then keep what
+  // was read.
+  std::uint8_t* reserve(ByteRange asked);
+  // Keeps the first `got` bytes read into reserve()'s room for `asked`; fewer than asked
+  // when the file ended first.
+  void keep(ByteRange asked, std::size_t got);
+  // Forgets every window, keeping the memory.
+  void clear();
+  // How many windows were kept (each is one read), and their bytes.
   std::size_t reads() const { return windows_.size(); }
+  std::size_t bytes() const { return bytes_.size(); }
+  std::size_t capacity() const { return bytes_.capacity(); }
   // Copies [offset, offset + length) into `out` if the windows hold all of it.
   bool copy(std::uint64_t offset, std::size_t length, std::uint8_t* out) const;
   // The bytes held from `offset` on, up to `length`, in one window; empty when no
@@ -44,10 +53,12 @@ class ByteWindows {
 
  private:
   struct Window {
-    std::uint64_t offset;
-    std::string bytes;
+    std::uint64_t offset;  // in the file
+    std::size_t at;        // in bytes_
+    std::size_t size;
     bool isShort;
   };
+  std::string bytes_;
   std::vector<Window> windows_;
 };
 
@@ -80,24 +91,33 @@ Answer probeDuration(const ByteWindows& bytes, std::uint64_t fileSize, std::stri
 // the same questions in the same order.
 class DurationProbe {
  public:
-  DurationProbe(std::uint64_t fileSize, std::string_view extension);
+  DurationProbe() = default;  // answers nothing until reset()
+  DurationProbe(std::uint64_t fileSize, std::string_view extension) { reset(fileSize, extension); }
+  // Starts over for another file, keeping the memory of the last.
+  void reset(std::uint64_t fileSize, std::string_view extension);
 
   // Whether the parsers have answered; then answer() holds their verdict.
   bool done() const { return answer_.verdict != Verdict::need; }
   // The range to read next, while !done(): 1 to kMaxReadLength bytes inside the file.
   ByteRange next() const { return answer_.next; }
-  // The bytes read for next(); fewer when the file ended there or could not be read
-  // further (the rest then counts as missing, as past the end of a file).
-  void add(std::string bytes);
+  // Room for the bytes of next(), valid until commit(): read into it, then commit how
+  // many were read; fewer when the file ended there or could not be read further (the
+  // rest then counts as missing, as past the end of a file).
+  std::uint8_t* buffer() { return windows_.reserve(answer_.next); }
+  void commit(std::size_t got);
+  // The same for bytes read elsewhere: copies the first next().length of them.
+  void add(std::string_view bytes);
   const Answer& answer() const { return answer_; }
-  // Reads made so far.
+  // Reads made so far, and the bytes they brought.
   std::size_t reads() const { return windows_.reads(); }
+  std::size_t bytesHeld() const { return windows_.bytes(); }
+  std::size_t bytesKept() const { return windows_.capacity(); }
 
  private:
   void ask();
 
   ByteWindows windows_;
-  std::uint64_t size_;
+  std::uint64_t size_ = 0;
   std::string extension_;
   Answer answer_;
 };

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "media/duration.h"
 
@@ -73,11 +74,16 @@ class ReadAhead {
     ReadResult result;
     Stage stage = kWaiting;
     int fd = -1;
+    int slot = -1;                 // of slots_, from the open to the finish
+    std::uint8_t* room = nullptr;  // where the range being read goes
+    std::size_t got = 0;           // bytes of it read so far
+    std::size_t held = 0;          // header bytes this file holds (read, and being read)
+  };
+  // What a file in flight needs besides its place in the queue, kept from file to file so
+  // that reading a million files does not allocate a million times.
+  struct Slot {
     std::string name;  // for the open
-    std::optional<media::DurationProbe> probe;
-    std::string bytes;     // the range being read
-    std::size_t got = 0;   // bytes of it read so far
-    std::size_t held = 0;  // header bytes this file holds (read, and being read)
+    media::DurationProbe probe;
   };
   struct Ring;
   explicit ReadAhead(std::unique_ptr<Ring> ring, unsigned depth);
@@ -101,7 +107,9 @@ class ReadAhead {
 
   std::unique_ptr<Ring> ring_;
   std::deque<Item> items_;  // in browse order; references stay valid at both ends
-  unsigned depth_;          // files in flight at most; lowered when descriptors run out
+  std::vector<Slot> slots_;
+  std::vector<int> freeSlots_;
+  unsigned depth_;  // files in flight at most; lowered when descriptors run out
   const std::size_t capacity_;
   std::size_t started_ = 0;  // items_[0, started_) have been started
   unsigned inFlight_ = 0;    // files between their open and their finish
