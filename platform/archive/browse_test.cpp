@@ -106,22 +106,21 @@ TEST(BrowseVanishedTest, APageIsFilledByTheFilesAfterIt) {
         const std::string path = dir / order[position];
         ASSERT_EQ(unlink(path.c_str()), 0);
         const int kind = int(removed++ % 3);
-        const int made = kind == 1 ? mkdir(path.c_str(), 0755)
+        const int made = kind == 1   ? mkdir(path.c_str(), 0755)
                          : kind == 2 ? mkfifo(path.c_str(), 0644)
                                      : 0;
         EXPECT_EQ(made, 0) << path;
       };
       for (std::size_t position : c.before) remove(position);
       Names got;
-      detail::browseFileEntries(entries, c.order, c.start, c.limit, BrowseFilter(),
-                                [&](FileInfo& f) {
-                                  if (got.empty())
-                                    for (std::size_t position : c.during) remove(position);
-                                  got.push_back(f.fileName + " " + std::to_string(f.getSize()) +
-                                                " " +
-                                                std::to_string(durations ? f.getDuration() : -1));
-                                  return true;
-                                });
+      detail::browseFileEntries(
+          entries, c.order, c.start, c.limit, BrowseFilter(), [&](FileInfo& f) {
+            if (got.empty())
+              for (std::size_t position : c.during) remove(position);
+            got.push_back(f.fileName + " " + std::to_string(f.getSize()) + " " +
+                          std::to_string(durations ? f.getDuration() : -1));
+            return true;
+          });
       std::set<std::size_t> gone(c.before.begin(), c.before.end());
       gone.insert(c.during.begin(), c.during.end());
       Names want;
