@@ -1,10 +1,11 @@
 #!/bin/bash
 # Drives the bash completion of archive the way readline does (COMP_WORDS, COMP_CWORD,
 # COMP_LINE, COMP_POINT) inside a real bash with bash-completion loaded, and compares
-# the sorted candidates with the table below.
-# Usage: completion_test.sh path/to/archive.bash path/to/example-device
+# the sorted candidates with the table below. The ids of odd-ids.json hold shell characters:
+# each must come back quoted for the command line, never expanded or split.
+# Usage: completion_test.sh path/to/archive.bash path/to/example-device path/to/odd-ids.json
 set -u
-script=$1 device=$2
+script=$1 device=$2 odd=$3
 source /usr/share/bash-completion/bash_completion || exit 1
 source "$script" || exit 1
 cd "$device" || exit 1
@@ -45,6 +46,10 @@ expect "$cfg" 'archive stat -p archive --name ' ''
 expect "$cfg" 'archive stat 1 ' '1 2 3 all'
 expect /nonexistent/config.json 'archive ls ' 'all'
 expect "$cfg" 'archive frobnicate ' ''
+expect "$odd" 'archive ls ' '\$HOME \* a\ b all back\\slash it\'\''s say\ \"hi\"'
+expect "$odd" 'archive ls \$' '\$HOME'
+expect "$odd" "archive st 'i" "it'\\''s'"
+expect "$odd" 'archive ls "s' 'say \"hi\""'
 
 ((failures == 0)) && echo "bash completion: all cases pass"
 exit $((failures != 0))

@@ -179,7 +179,10 @@ TEST_F(ListTest, JsonMembersOfEveryLetter) {
        {{"ls", "--json", "-f", "", "-l", "1", "1"}, "[{}]", "", 0},
        {{"ls", "--json", "-f", "S", "1", "2"},
         "[{\"size\":20},{\"size\":300},{\"size\":200},{\"size\":100},{\"size\":70}]", "", 0},
-       {{"ls", "--json", "4"}, "[]", "", 0}},
+       {{"ls", "--json", "4"}, "[]", "", 0},
+       // Recorder 3 has no archive folder: named alone it lists nothing, without a word.
+       {{"ls", "3"}, "", "", 0},
+       {{"ls", "--json", "3"}, "[]", "", 0}},
       env());
   // clang-format on
 }
@@ -199,6 +202,12 @@ TEST_F(ListTest, HelpErrorsAndFailures) {
               // The JSON array was opened before the folder was read, and stays open.
               {{"ls", "--json", "-p", file, "-n", "x"}, "[", file + ": cannot read: Not a directory\n", 1}},
              env());
+  // clang-format on
+  // A configured folder that does not exist (yet) is an empty archive.
+  testing_support::writeDeviceConfig(config, {{"5", "Side", tmp / "gone"}});
+  // clang-format off
+  expectRuns({{{"ls", "5"}, "", "", 0}, {{"ls", "--json", "5"}, "[]", "", 0},
+              {{"stat", "5"}, "0\t0\n0\t0\n", "", 0}}, env());
   // clang-format on
   testing_support::writeDeviceConfig(config, {});
   // clang-format off
@@ -241,6 +250,7 @@ TEST_F(StatTest, TotalsOfFilesQueuesAndTrashes) {
        // Recorder 3 has no archive folder and adds nothing.
        {{"stat", "all"}, "5\t690\n2\t270\n", "", 0},
        {{"stat", "*"}, "5\t690\n2\t270\n", "", 0},
+       {{"stat", "3", "2"}, "1\t70\n1\t70\n", "", 0},
        {{"stat", "--json", "1", "2"},
         "{\"afu\":{\"count\":2,\"size\":270},\"files\":{\"count\":5,\"size\":690}}\n", "", 0},
        {{"stat", "--json", "--afu", "1"}, "{\"count\":1,\"size\":200}\n", "", 0},

@@ -31,8 +31,13 @@ TEST(ObjstreamTest, ValuesAreWrittenAsCompactJson) {
       {object(LLONG_MIN), "-9223372036854775808"},
       {object(static_cast<const char*>(nullptr)), "\"\""},
       {object("say \"hi\""), "\"say \\\"hi\\\"\""},
-      {object("a\\b\x7f"), "\"a\\\\b\x7f\""},
       {object("a\nb\tc\x01\x1f"), R"("a\nb\tc\u0001\u001f")"},
+      // Each alone: the last control character, a backslash; the first and last
+      // printable ones and DEL need no escape.
+      {object("a\x1f"), R"("a\u001f")"},
+      {object("a\\b"), R"("a\\b")"},
+      {object(std::string("\0", 1)), R"("\u0000")"},
+      {object(" ~\x7f"), "\" ~\x7f\""},
       {object("K\xC3\xB6ln \xE2\x82\xAC"), "\"K\xC3\xB6ln \xE2\x82\xAC\""},
       {object("a\xFF"
               "b x\xE2\x82"),

@@ -71,8 +71,10 @@ void addRecording(const std::string& dir, const std::string& name, std::size_t s
 }
 
 // posix_spawn rather than fork, since a test may run threads; env(1) sets the variables.
-RunResult runArchive(const std::vector<std::string>& args, const Env& env) {
-  std::vector<std::string> words{"env"};
+RunResult runArchive(const std::vector<std::string>& args, const Env& env,
+                     const std::vector<std::string>& wrapper) {
+  std::vector<std::string> words = wrapper;
+  words.push_back("env");
   for (const auto& [name, value] : env) words.push_back(name + "=" + value);
   for (const char* word : {ARCHIVE_COMMAND}) words.push_back(word);
   words.insert(words.end(), args.begin(), args.end());
@@ -87,9 +89,9 @@ RunResult runArchive(const std::vector<std::string>& args, const Env& env) {
   posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
   posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT, 0600);
   pid_t pid = 0;
-  const int failed = posix_spawnp(&pid, "env", &actions, nullptr, argv.data(), environ);
+  const int failed = posix_spawnp(&pid, words[0].c_str(), &actions, nullptr, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
-  if (failed) throw std::runtime_error(std::string("spawn env: ") + strerror(failed));
+  if (failed) throw std::runtime_error("spawn " + words[0] + ": " + strerror(failed));
   int status = 0;
   for (int waited = 0; waitpid(pid, &status, WNOHANG) == 0; ++waited) {
     if (waited == 20000) kill(pid, SIGKILL);  // 20 s: a hung binary fails its test

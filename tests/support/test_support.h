@@ -50,8 +50,9 @@ struct RunResult {
 using Env = std::vector<std::pair<std::string, std::string>>;
 
 // Runs the built `archive` binary with `args` and the environment plus `env`, with no
-// standard input; killed after 20 seconds.
-RunResult runArchive(const std::vector<std::string>& args, const Env& env = {});
+// standard input, through the command `wrapper` when one is given; killed after 20 seconds.
+RunResult runArchive(const std::vector<std::string>& args, const Env& env = {},
+                     const std::vector<std::string>& wrapper = {});
 
 // The what() of the std::exception that `action` throws, or "no error".
 template <typename Action>
