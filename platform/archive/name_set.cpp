@@ -33,12 +33,23 @@ std::size_t NameSet::findSlot(std::string_view name, std::uint64_t hash) const {
   }
 }
 
+bool NameSet::mayHold(std::uint64_t hash) const {
+  const std::size_t bit = std::size_t(hash >> 32) & (filter_.size() * 64 - 1);
+  return (filter_[bit / 64] >> (bit % 64)) & 1;
+}
+
 void NameSet::rehash(std::size_t capacity) {
   std::vector<std::uint32_t> old;
   old.swap(slots_);
   slots_.assign(capacity, 0);
-  for (std::uint32_t slot : old)
-    if (slot != 0) slots_[findSlot(nameAt(slot), hashName(nameAt(slot)))] = slot;
+  filter_.assign(capacity * 4 / 64, 0);
+  for (std::uint32_t slot : old) {
+    if (slot == 0) continue;
+    const std::uint64_t hash = hashName(nameAt(slot));
+    slots_[findSlot(nameAt(slot), hash)] = slot;
+    const std::size_t bit = std::size_t(hash >> 32) & (filter_.size() * 64 - 1);
+    filter_[bit / 64] |= std::uint64_t(1) << (bit % 64);
+  }
 }
 
 void NameSet::insert(std::string_view name, std::uint8_t bits) {
@@ -53,6 +64,8 @@ void NameSet::insert(std::string_view name, std::uint8_t bits) {
   if (store_.size() + name.size() + 3 >= std::numeric_limits<std::uint32_t>::max())
     throw std::length_error("too many marker names");
   slots_[i] = std::uint32_t(store_.size() + 1);
+  const std::size_t bit = std::size_t(hash >> 32) & (filter_.size() * 64 - 1);
+  filter_[bit / 64] |= std::uint64_t(1) << (bit % 64);
   store_.push_back(char(name.size() >> 8));
   store_.push_back(char(name.size() & 0xff));
   store_.push_back(char(bits));
@@ -62,12 +75,15 @@ void NameSet::insert(std::string_view name, std::uint8_t bits) {
 
 bool NameSet::contains(std::string_view name) const {
   if (count_ == 0) return false;
-  return slots_[findSlot(name, hashName(name))] != 0;
+  const std::uint64_t hash = hashName(name);
+  return mayHold(hash) && slots_[findSlot(name, hash)] != 0;
 }
 
 std::uint8_t NameSet::bitsOf(std::string_view name) const {
   if (count_ == 0) return 0;
-  const std::uint32_t slot = slots_[findSlot(name, hashName(name))];
+  const std::uint64_t hash = hashName(name);
+  if (!mayHold(hash)) return 0;
+  const std::uint32_t slot = slots_[findSlot(name, hash)];
   return slot == 0 ? 0 : std::uint8_t(store_[slot - 1 + 2]);
 }
 

@@ -15,8 +15,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "archive/archive.h"
 #include "archive/detail/file_name.h"
@@ -38,19 +40,24 @@ constexpr std::size_t kKeptPerSlot = 64 * 1024;
 // is finished already, so that the kernel always has work.
 constexpr unsigned kSubmitBatch = 16;
 
-unsigned depthSetting() {
-  unsigned depth = ReadAhead::kDepth;
+// A wait for a completion longer than this means storage that answers slowly: more
+// files in flight hide its latency. From the page cache the steps complete at once.
+constexpr std::chrono::microseconds kSlowWait(50);
+
+// The depth to start with and the most it may grow to: ARCHIVE_READ_DEPTH fixes both.
+std::pair<unsigned, unsigned> depthSetting() {
+  unsigned start = ReadAhead::kStartDepth, most = ReadAhead::kMaxDepth;
   if (const char* setting = std::getenv("ARCHIVE_READ_DEPTH"); setting && *setting) {
     char* end = nullptr;
     const unsigned long wanted = std::strtoul(setting, &end, 10);
-    if (*end == '\0' && wanted >= 1 && wanted <= 1024) depth = unsigned(wanted);
+    if (*end == '\0' && wanted >= 1 && wanted <= 1024) start = most = unsigned(wanted);
   }
   // Each file in flight holds a descriptor: leave half of them to the rest of the
   // process, and to the plain path.
   struct rlimit files;
   if (getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur != RLIM_INFINITY)
-    depth = unsigned(std::max<rlim_t>(1, std::min<rlim_t>(depth, files.rlim_cur / 2)));
-  return depth;
+    most = unsigned(std::max<rlim_t>(1, std::min<rlim_t>(most, files.rlim_cur / 2)));
+  return {std::min(start, most), most};
 }
 
 // exfat has no constant in older kernel headers.
@@ -84,9 +91,13 @@ struct ReadAhead::Ring {
   }
 };
 
-ReadAhead::ReadAhead(std::unique_ptr<Ring> ring, unsigned depth)
-    : ring_(std::move(ring)), slots_(depth), depth_(depth), capacity_(std::size_t(depth) * 4) {
-  for (unsigned i = depth; i-- > 0;) freeSlots_.push_back(int(i));
+ReadAhead::ReadAhead(std::unique_ptr<Ring> ring, unsigned depth, unsigned maxDepth)
+    : ring_(std::move(ring)),
+      slots_(maxDepth),
+      depth_(depth),
+      maxDepth_(maxDepth),
+      capacity_(std::size_t(maxDepth) * 4) {
+  for (unsigned i = maxDepth; i-- > 0;) freeSlots_.push_back(int(i));
 }
 
 ReadAhead::~ReadAhead() { drain(); }
@@ -96,12 +107,12 @@ std::unique_ptr<ReadAhead> ReadAhead::create() {
   if (setting && std::strcmp(setting, "0") == 0) return nullptr;
   // "everywhere": on every file system, FUSE too (for the tests of failing files).
   const bool everywhere = setting && std::strcmp(setting, "everywhere") == 0;
-  const unsigned depth = depthSetting();
+  const auto [depth, maxDepth] = depthSetting();
   auto ring = std::make_unique<Ring>();
   // ENOSYS (no io_uring), EPERM or EACCES (the sysctl, a seccomp filter), ENOMEM (its
   // locked memory): each leaves the plain path. Each file has one step in flight, and
   // closes ride beside them: twice the depth never runs short.
-  if (io_uring_queue_init(2 * depth, &ring->ring, 0) < 0) return nullptr;
+  if (io_uring_queue_init(2 * maxDepth, &ring->ring, 0) < 0) return nullptr;
   ring->live = true;
   // Opening and closing came with Linux 5.6; ask rather than guess by version.
   io_uring_probe* probe = io_uring_get_probe_ring(&ring->ring);
@@ -110,7 +121,7 @@ std::unique_ptr<ReadAhead> ReadAhead::create() {
                          io_uring_opcode_supported(probe, IORING_OP_CLOSE);
   if (probe) io_uring_free_probe(probe);
   if (!supported) return nullptr;
-  auto reader = std::unique_ptr<ReadAhead>(new ReadAhead(std::move(ring), depth));
+  auto reader = std::unique_ptr<ReadAhead>(new ReadAhead(std::move(ring), depth, maxDepth));
   reader->everywhere_ = everywhere;
   return reader;
 }
@@ -166,7 +177,7 @@ void ReadAhead::opened(Item& item, int res) {
     // Out of descriptors: fewer files in flight, and this one again once another is
     // done, so that it is read as it would be alone.
     --inFlight_;
-    depth_ = inFlight_;
+    depth_ = maxDepth_ = inFlight_;
     item.stage = Item::kWaiting;
     reopen_.push_back(&item);
     return;
@@ -298,8 +309,19 @@ void ReadAhead::reap() {
 
 void ReadAhead::waitForOne() {
   if (outstanding_ == 0) return fail();  // nothing can complete: never wait
-  const int r = io_uring_submit_and_wait(&ring_->ring, 1);
+  io_uring* ring = &ring_->ring;
+  int r = io_uring_submit(ring);
   if (r < 0 && r != -EINTR && r != -EAGAIN && r != -EBUSY) return fail();
+  if (io_uring_cq_ready(ring) == 0) {
+    const auto started = std::chrono::steady_clock::now();
+    io_uring_cqe* cqe;
+    r = io_uring_wait_cqe(ring, &cqe);
+    if (r < 0 && r != -EINTR && r != -EAGAIN) return fail();
+    if (depth_ < maxDepth_ && std::chrono::steady_clock::now() - started > kSlowWait) {
+      depth_ = std::min(maxDepth_, depth_ * 2);
+      startWaiting();
+    }
+  }
   reap();
 }
 

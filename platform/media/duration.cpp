@@ -11,8 +11,10 @@ namespace media {
 
 std::uint8_t* ByteWindows::reserve(ByteRange asked) {
   const std::size_t at = bytes_.size();
+  // What a file needs, no more: the buffer is kept for the next file.
+  if (bytes_.capacity() < at + asked.length) bytes_.reserve(at + asked.length);
   bytes_.resize(at + asked.length);
-  return reinterpret_cast<std::uint8_t*>(&bytes_[at]);
+  return bytes_.data() + at;
 }
 
 void ByteWindows::keep(ByteRange asked, std::size_t got) {
@@ -37,7 +39,8 @@ std::string_view ByteWindows::view(std::uint64_t offset, std::size_t length) con
   for (const Window& w : windows_) {
     if (offset >= w.offset && offset - w.offset < w.size) {
       const std::size_t from = std::size_t(offset - w.offset);
-      return std::string_view(bytes_).substr(w.at + from, std::min(length, w.size - from));
+      return std::string_view(reinterpret_cast<const char*>(bytes_.data()) + w.at + from,
+                              std::min(length, w.size - from));
     }
   }
   return {};

@@ -58,7 +58,7 @@ class ByteWindows {
     std::size_t size;
     bool isShort;
   };
-  std::string bytes_;
+  std::vector<std::uint8_t> bytes_;
   std::vector<Window> windows_;
 };
 

@@ -27,8 +27,14 @@ class NameSet {
   std::string_view nameAt(std::uint32_t slot) const;
   void rehash(std::size_t capacity);
 
+  bool mayHold(std::uint64_t hash) const;
+
   std::string store_;                 // each name: 2 length bytes (big endian), its bits, its bytes
   std::vector<std::uint32_t> slots_;  // 0 = empty, else offset into store_ + 1
+  // A bit per hash of the high half, four times as many as slots: most names asked for
+  // are absent (a marker is the exception), and most of those are told so by this
+  // small table alone, without a look at the slots and the store.
+  std::vector<std::uint64_t> filter_;
   std::size_t count_ = 0;
 };
 

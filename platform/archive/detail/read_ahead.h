@@ -44,9 +44,11 @@ bool ringServes(int dirFd);
 
 class ReadAhead {
  public:
-  // Files in flight at once unless ARCHIVE_READ_DEPTH (1 to 1024) says otherwise; never
-  // more than half the descriptors the process may open.
-  static constexpr unsigned kDepth = 256;
+  // Files in flight at once: kStartDepth, doubled whenever a wait shows storage that
+  // answers slowly, up to kMaxDepth; ARCHIVE_READ_DEPTH (1 to 1024) fixes the depth.
+  // Never more than half the descriptors the process may open.
+  static constexpr unsigned kStartDepth = 32;
+  static constexpr unsigned kMaxDepth = 512;
 
   // The reader, or null when io_uring is switched off (ARCHIVE_IO_URING=0), missing (an
   // older kernel) or refused (the kernel.io_uring_disabled sysctl, a seccomp filter).
@@ -86,7 +88,7 @@ class ReadAhead {
     media::DurationProbe probe;
   };
   struct Ring;
-  explicit ReadAhead(std::unique_ptr<Ring> ring, unsigned depth);
+  ReadAhead(std::unique_ptr<Ring> ring, unsigned depth, unsigned maxDepth);
 
   void start(Item& item);
   void startWaiting();
@@ -109,7 +111,8 @@ class ReadAhead {
   std::deque<Item> items_;  // in browse order; references stay valid at both ends
   std::vector<Slot> slots_;
   std::vector<int> freeSlots_;
-  unsigned depth_;  // files in flight at most; lowered when descriptors run out
+  unsigned depth_;     // files in flight at most now
+  unsigned maxDepth_;  // what depth_ may grow to; lowered when descriptors run out
   const std::size_t capacity_;
   std::size_t started_ = 0;  // items_[0, started_) have been started
   unsigned inFlight_ = 0;    // files between their open and their finish
