@@ -33,6 +33,15 @@ class TimeLess {
  public:
   bool operator()(const FileEntry& a, const FileEntry& b) const {
     if (a.startTime != b.startTime) return a.startTime < b.startTime;
+    // The same start, so the same token: names of other recorders ("cam1_", "cam2_")
+    // differ before it, told apart without rebuilding either name.
+    if (a.shape != 0 && b.shape != 0) {
+      const std::string& headA = a.folder->shapes[a.shape - 1].head;
+      const std::string& headB = b.folder->shapes[b.shape - 1].head;
+      const std::size_t common = std::min(headA.size(), headB.size());
+      const int c = headA.compare(0, common, headB, 0, common);
+      if (c != 0) return c < 0;
+    }
     nameA_.clear();
     nameB_.clear();
     a.folder->appendName(a, nameA_);
