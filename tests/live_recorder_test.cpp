@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <random>
@@ -19,6 +21,8 @@
 #include <vector>
 
 #include "test_support.h"
+
+extern char** environ;
 
 namespace {
 
@@ -51,40 +55,54 @@ void work(const std::string& root, std::mt19937& rng) {
   steps[rng() % 6]();
 }
 
-// The recorder as a child process, working in `root` until stopped. A process and not a
-// thread: the test starts the binary many times over, and under qemu-user (the arm64
-// tests) a process that runs threads can hang starting another; this test runs none.
+// The recorder: this test program started again with ARCHIVE_TEST_RECORDER naming the
+// folder to work in. It works until its standard input closes, then exits before main.
+// A process of its own started with posix_spawn, neither a thread nor a fork(): under
+// qemu-user (the arm64 tests) a process that runs a thread can hang starting the binary,
+// and the forked copy of a dynamically linked program spins.
+[[maybe_unused]] const bool startedAsRecorder = [] {
+  const char* root = std::getenv("ARCHIVE_TEST_RECORDER");
+  if (!root) return false;
+  int status = 0;
+  try {
+    std::mt19937 rng(9);
+    for (pollfd input{0, POLLIN, 0}; ::poll(&input, 1, 0) == 0; ::usleep(200)) work(root, rng);
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "recorder: %s\n", e.what());
+    status = 1;
+  }
+  std::_Exit(status);
+}();
+
+// Starts the recorder working in `root`; stopped and waited for on every way out, a
+// failed assertion included.
 class Recorder {
  public:
   explicit Recorder(const std::string& root) {
-    int stop[2];
-    if (::pipe2(stop, O_CLOEXEC) != 0)
-      throw std::runtime_error(std::string("pipe: ") + strerror(errno));
-    pid_ = ::fork();
-    if (pid_ < 0) throw std::runtime_error(std::string("fork: ") + strerror(errno));
-    if (pid_ == 0) {
-      // Until the parent closes its end, or dies; _exit leaves the parent's folders alone.
-      ::close(stop[1]);
-      int status = 0;
-      try {
-        std::mt19937 rng(9);
-        for (pollfd hangup{stop[0], POLLIN, 0}; ::poll(&hangup, 1, 0) == 0; ::usleep(200))
-          work(root, rng);
-      } catch (const std::exception& e) {
-        std::fprintf(stderr, "recorder: %s\n", e.what());
-        status = 1;
-      }
-      ::_exit(status);
+    std::vector<std::string> words{"env", "ARCHIVE_TEST_RECORDER=" + root};
+    for (const char* word : {E2E_TESTS_COMMAND}) words.push_back(word);
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(&word[0]);
+    argv.push_back(nullptr);
+    int input[2];
+    if (::pipe2(input, O_CLOEXEC) != 0) throw std::runtime_error(strerror(errno));
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input[0], 0);
+    const int failed = posix_spawnp(&pid_, "env", &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(input[0]);
+    if (failed) {
+      ::close(input[1]);
+      throw std::runtime_error(std::string("spawn the recorder: ") + strerror(failed));
     }
-    ::close(stop[0]);
-    stop_ = stop[1];
+    stop_ = input[1];
   }
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
-  // Stopped and waited for on every way out, a failed assertion included.
   ~Recorder() { stop(); }
 
-  // Stops the recorder and returns its wait status: 0 when it never failed.
+  // Closes the recorder's input and returns its wait status: 0 when it never failed.
   int stop() {
     if (stop_ >= 0) {
       ::close(stop_), stop_ = -1;
