@@ -1,8 +1,10 @@
 # The two commands of the README: `make demo` and `make test` (`./demo` and `./test`
 # install make and the rest first on a bare machine). Also `make install` (PREFIX,
 # DESTDIR), `make package` (a .deb), `make cross-test` (arm64 under qemu) and `make fuzz`.
-BUILD ?= build
-CROSS_BUILD ?= build-arm64
+# PRESET names the configure, build and test presets of CMakePresets.json: default, ci
+# (warnings as errors), release, sanitize, static. Each builds in its own folder.
+PRESET ?= default
+BUILD = $(if $(filter default ci,$(PRESET)),build,build-$(PRESET))
 CMAKE_FLAGS ?=
 FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
@@ -19,22 +21,27 @@ all: build
 deps:
 	@./scripts/install-deps
 
-configure: deps
-	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) >/dev/null
+# Configuring finds every package the build needs. When that fails, install-deps
+# installs whatever is missing and configuring runs once more; a build with everything
+# in place asks dpkg nothing.
+configure:
+	@cmake --preset $(PRESET) $(CMAKE_FLAGS) >/dev/null || \
+	  { echo "make: configuring failed; installing what is missing, then once more" >&2 && \
+	    ./scripts/install-deps && cmake --preset $(PRESET) $(CMAKE_FLAGS) >/dev/null; }
 
 build: configure
-	@cmake --build $(BUILD) -j $(JOBS)
+	@cmake --build --preset $(PRESET) -j $(JOBS)
 
 test: build
-	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+	@ctest --preset $(PRESET) -j $(JOBS)
 
-# Every fuzz target for FUZZ_SECONDS each (needs clang; scripts/install-deps has it).
-fuzz: deps
+# Every fuzz target for FUZZ_SECONDS each (the fuzz preset: clang).
+fuzz:
 	@FUZZ_SECONDS=$(FUZZ_SECONDS) ./scripts/fuzz
 
 # The demo builds only the program it runs.
 demo: configure
-	@cmake --build $(BUILD) -j $(JOBS) --target archive
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target archive
 	@./scripts/demo $(BUILD)/src/main/archive
 
 install: build
@@ -44,7 +51,8 @@ package: build
 	@cd $(BUILD) && cpack -G DEB
 
 cross-test:
-	@./scripts/cross-test $(CROSS_BUILD)
+	@./scripts/cross-test
 
+# The folders of every preset.
 clean:
-	rm -rf $(BUILD) build-sanitize build-fuzz $(CROSS_BUILD)
+	rm -rf build build-*

@@ -15,3 +15,8 @@ set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 
 # -L: the arm64 C library of the cross toolchain, for the dynamic loader.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L /usr/aarch64-linux-gnu)
+
+# pkg-config (liburing) reads the arm64 .pc files and the architecture-independent ones,
+# never the host's.
+set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/aarch64-linux-gnu/pkgconfig:/usr/share/pkgconfig)
+set(ENV{PKG_CONFIG_PATH} "")
