@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <numeric>
 #include <random>
@@ -70,6 +71,11 @@ TEST(BrowsePartialSortTest, EveryPageEqualsTheSliceOfAFullSort) {
 // Files that vanish after gathering (deleted, or now a folder or a pipe), before the
 // browse or in its first callback, are left out and the page is filled by the next ones,
 // in each order, with sizes and with durations (read ahead in batches once asked).
+std::size_t openDescriptors() {
+  return std::size_t(std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                                   std::filesystem::directory_iterator()));
+}
+
 TEST(BrowseVanishedTest, APageIsFilledByTheFilesAfterIt) {
   std::vector<std::size_t> many(24);
   std::iota(many.begin(), many.end(), 2);  // more than the part sorted ahead of a page
@@ -112,6 +118,7 @@ TEST(BrowseVanishedTest, APageIsFilledByTheFilesAfterIt) {
         EXPECT_EQ(made, 0) << path;
       };
       for (std::size_t position : c.before) remove(position);
+      const std::size_t descriptors = openDescriptors();
       Names got;
       detail::browseFileEntries(
           entries, c.order, c.start, c.limit, BrowseFilter(), [&](FileInfo& f) {
@@ -129,6 +136,7 @@ TEST(BrowseVanishedTest, APageIsFilledByTheFilesAfterIt) {
         if (!gone.count(i)) want.push_back(order[i] + " " + facts[order[i]]);
       EXPECT_EQ(got, want) << "order " << int(c.order) << " start " << c.start << " limit "
                            << c.limit << " durations " << durations;
+      EXPECT_EQ(openDescriptors(), descriptors) << "a file left open";
     }
   }
 }
