@@ -67,6 +67,18 @@ static int errorOf(const char* action) {
 
 static void real(char* out, const char* path) { snprintf(out, PATH_MAX, "%s%s", source, path); }
 
+/* The error an OP on PATH fails with by a rule (the fault then fired), or 0; else `out`
+ * is the path in SOURCE. */
+static int failOrReal(const char* path, const char* op, char* out) {
+  const struct rule* r = ruleFor(path, op);
+  if (r) {
+    fired(r);
+    return -errorOf(r->action);
+  }
+  real(out, path);
+  return 0;
+}
+
 static void* init(struct fuse_conn_info* conn, struct fuse_config* cfg) {
   (void)conn;
   cfg->entry_timeout = 0;
@@ -107,13 +119,9 @@ static int readlinkOp(const char* path, char* buf, size_t size) {
 static int readdirOp(const char* path, void* buf, fuse_fill_dir_t fill, off_t offset,
                      struct fuse_file_info* fi, enum fuse_readdir_flags flags) {
   (void)offset, (void)fi, (void)flags;
-  const struct rule* r = ruleFor(path, "readdir");
-  if (r) {
-    fired(r);
-    return -errorOf(r->action);
-  }
   char p[PATH_MAX];
-  real(p, path);
+  const int failed = failOrReal(path, "readdir", p);
+  if (failed) return failed;
   DIR* dir = opendir(p);
   if (!dir) return -errno;
   struct dirent* d;
@@ -129,13 +137,9 @@ static int readdirOp(const char* path, void* buf, fuse_fill_dir_t fill, off_t of
 }
 
 static int openOp(const char* path, struct fuse_file_info* fi) {
-  const struct rule* r = ruleFor(path, "open");
-  if (r) {
-    fired(r);
-    return -errorOf(r->action);
-  }
   char p[PATH_MAX];
-  real(p, path);
+  const int failed = failOrReal(path, "open", p);
+  if (failed) return failed;
   const int fd = open(p, O_RDONLY | O_CLOEXEC);
   if (fd < 0) return -errno;
   fi->fh = (uint64_t)fd;
