@@ -129,13 +129,13 @@ class FileInfo {
   bool hasFlag(std::uint8_t flag);
 
   const detail::FileEntry* entry_;
-  detail::FileHandle file_;      // open between the hand-on and getDuration()
-  bool read_ = false;            // size_ and mtime_ were read (or found missing)
-  std::int64_t size_ = -1;       // -1: the file was missing
-  std::int64_t mtime_ = 0;       // valid when size_ >= 0
-  std::int64_t duration_ = -1;   // -1: not read yet
-  std::uint8_t flags_ = 0;       // marker flags looked up so far
-  std::uint8_t flagsKnown_ = 0;  // which flags flags_ answers for
+  detail::FileHandle file_;     // open between the hand-on and getDuration()
+  bool read_ = false;           // size_ and mtime_ were read (or found missing)
+  std::int64_t size_ = -1;      // -1: the file was missing
+  std::int64_t mtime_ = 0;      // valid when size_ >= 0
+  std::int64_t duration_ = -1;  // -1: not read yet
+  std::uint8_t flags_ = 0;      // the marker flags, once flagsRead_
+  bool flagsRead_ = false;      // every marker flag is looked up at the first question
 };
 
 namespace detail {

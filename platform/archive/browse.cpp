@@ -71,9 +71,8 @@ void sortPrefix(It from, It to, It end, const Less& less) {
 
 using Entries = std::deque<FileEntry>;
 
-// The entries to hand on, in order, after the first `start` that pass the filter. The
-// ones ahead can be looked at before they are taken (for reading them ahead); each entry
-// meets the filter once.
+// The entries to hand on, in order, after the first `start` that pass the filter; each
+// entry meets the filter once.
 class Walk {
  public:
   Walk(Entries& entries, BrowseSortOrder order, unsigned long start,
@@ -109,39 +108,24 @@ class Walk {
 
   // The next entry, or null at the end.
   const FileEntry* take() {
-    if (!fill(1)) return nullptr;
-    return sorting_ ? &first_[next_++] : queue_[queueHead_++];
+    if (!sorting_) {
+      while (first_ != end_)
+        if (const FileEntry& entry = *first_++; passes_(entry)) return &entry;
+      return nullptr;
+    }
+    // At least 16 at a time, so that a page cut short by vanished files is extended
+    // without a sort per entry.
+    if (next_ >= sorted_) sortUpTo(next_ + 16);
+    return next_ < sorted_ ? &first_[next_++] : nullptr;
   }
 
  private:
-  // Makes `n` entries ready to take, if there are so many; false when none is left.
-  bool fill(std::size_t n) {
-    if (sorting_) {
-      // At least 16 at a time, so that a page cut short by vanished files is extended
-      // without a sort per entry.
-      if (next_ + n > sorted_) sortUpTo(next_ + std::max<std::size_t>(n, 16));
-      return next_ < sorted_;
-    }
-    if (queueHead_ == queue_.size()) {
-      queue_.clear();
-      queueHead_ = 0;
-    }
-    while (queue_.size() - queueHead_ < n && first_ != end_) {
-      const FileEntry& entry = *first_++;
-      if (passes_(entry)) queue_.push_back(&entry);
-    }
-    return queueHead_ < queue_.size();
-  }
-
   const std::function<bool(const FileEntry&)>& passes_;
   const bool sorting_, reverse_;
   Entries::iterator first_, end_;
   // Sorted: [0, count_) passed the filter, [0, sorted_) is in order, next_ is next.
   std::size_t count_ = 0, sorted_ = 0, next_ = 0;
   const TimeLess less_;
-  // No order: the entries found to pass and not yet taken, from queueHead_ on.
-  std::vector<const FileEntry*> queue_;
-  std::size_t queueHead_ = 0;
 };
 
 const FileEntry kNoEntry;  // what the reused FileInfos stand for before their first file
@@ -177,7 +161,7 @@ class HandOn {
       }
       bool present = false;
       const bool more = handOne(*entry, read, &present);
-      if (reader_ && read) reader_->pop();
+      if (read) reader_->pop();
       if (!more || (present && limit_ != 0 && ++handed == limit_)) return;
     }
   }

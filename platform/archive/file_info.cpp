@@ -30,7 +30,7 @@ void FileInfo::reset(const detail::FileEntry& entry) {
   mtime_ = 0;
   duration_ = -1;
   flags_ = 0;
-  flagsKnown_ = 0;
+  flagsRead_ = false;
 }
 
 void FileInfo::preset(std::int64_t size, std::int64_t mtime, std::int64_t duration) {
@@ -115,13 +115,13 @@ std::int64_t FileInfo::getDuration() {
 
 bool FileInfo::hasFlag(std::uint8_t flag) {
   if (entry_->flags & flag) return true;  // the queue's own entries: known when gathered
-  if (!(flagsKnown_ & flag)) {
+  if (!flagsRead_) {
     detail::Markers* markers = entry_->folder ? entry_->folder->markers : nullptr;
     if (!markers) return false;
     // Every flag comes with the one asked, so a listing that shows them all hashes each
     // name once.
     flags_ = markers->flagsOf(fileName, detail::kMarkerFlags);
-    flagsKnown_ = detail::kMarkerFlags;
+    flagsRead_ = true;
   }
   return (flags_ & flag) != 0;
 }

@@ -33,9 +33,18 @@ std::size_t NameSet::findSlot(std::string_view name, std::uint64_t hash) const {
   }
 }
 
+std::size_t NameSet::filterBit(std::uint64_t hash) const {
+  return std::size_t(hash >> 32) & (filter_.size() * 64 - 1);
+}
+
 bool NameSet::mayHold(std::uint64_t hash) const {
-  const std::size_t bit = std::size_t(hash >> 32) & (filter_.size() * 64 - 1);
+  const std::size_t bit = filterBit(hash);
   return (filter_[bit / 64] >> (bit % 64)) & 1;
+}
+
+void NameSet::markFilter(std::uint64_t hash) {
+  const std::size_t bit = filterBit(hash);
+  filter_[bit / 64] |= std::uint64_t(1) << (bit % 64);
 }
 
 void NameSet::rehash(std::size_t capacity) {
@@ -47,8 +56,7 @@ void NameSet::rehash(std::size_t capacity) {
     if (slot == 0) continue;
     const std::uint64_t hash = hashName(nameAt(slot));
     slots_[findSlot(nameAt(slot), hash)] = slot;
-    const std::size_t bit = std::size_t(hash >> 32) & (filter_.size() * 64 - 1);
-    filter_[bit / 64] |= std::uint64_t(1) << (bit % 64);
+    markFilter(hash);
   }
 }
 
@@ -64,8 +72,7 @@ void NameSet::insert(std::string_view name, std::uint8_t bits) {
   if (store_.size() + name.size() + 3 >= std::numeric_limits<std::uint32_t>::max())
     throw std::length_error("too many marker names");
   slots_[i] = std::uint32_t(store_.size() + 1);
-  const std::size_t bit = std::size_t(hash >> 32) & (filter_.size() * 64 - 1);
-  filter_[bit / 64] |= std::uint64_t(1) << (bit % 64);
+  markFilter(hash);
   store_.push_back(char(name.size() >> 8));
   store_.push_back(char(name.size() & 0xff));
   store_.push_back(char(bits));

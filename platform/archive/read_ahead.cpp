@@ -211,14 +211,13 @@ void ReadAhead::askNext(Item& item) {
 void ReadAhead::issueRead(Item& item) {
   media::DurationProbe& probe = slots_[std::size_t(item.slot)].probe;
   const media::ByteRange range = probe.next();
-  if (heldBytes_ + range.length > kMaxHeldBytes && readsInFlight_ > 0) {
+  if (mustWait(range.length)) {
     parked_.push_back(&item);
     return;
   }
   item.room = probe.buffer();
   item.got = 0;
-  heldBytes_ += probe.bytesHeld() - item.held;
-  item.held = probe.bytesHeld();
+  hold(item);
   io_uring_prep_read(prepare(&item), item.fd, item.room, range.length, range.offset);
   item.stage = Item::kReading;
   ++readsInFlight_;
@@ -244,8 +243,7 @@ void ReadAhead::readDone(Item& item, int res) {
   // The end of the file, or an error: the bytes not read count as missing, as past the
   // end of a file.
   probe.commit(item.got);
-  heldBytes_ -= item.held - probe.bytesHeld();
-  item.held = probe.bytesHeld();
+  hold(item);
   askNext(item);
   unpark();
 }
@@ -271,11 +269,20 @@ void ReadAhead::finish(Item& item, int outcome) {
   unpark();
 }
 
+bool ReadAhead::mustWait(std::size_t length) const {
+  return heldBytes_ + length > kMaxHeldBytes && readsInFlight_ > 0;
+}
+
+void ReadAhead::hold(Item& item) {
+  const std::size_t held = slots_[std::size_t(item.slot)].probe.bytesHeld();
+  heldBytes_ = heldBytes_ - item.held + held;
+  item.held = held;
+}
+
 void ReadAhead::unpark() {
   while (!parked_.empty()) {
     Item& item = *parked_.front();
-    const media::ByteRange range = slots_[std::size_t(item.slot)].probe.next();
-    if (heldBytes_ + range.length > kMaxHeldBytes && readsInFlight_ > 0) return;
+    if (mustWait(slots_[std::size_t(item.slot)].probe.next().length)) return;
     parked_.pop_front();
     issueRead(item);
   }

@@ -27,7 +27,9 @@ class NameSet {
   std::string_view nameAt(std::uint32_t slot) const;
   void rehash(std::size_t capacity);
 
+  std::size_t filterBit(std::uint64_t hash) const;
   bool mayHold(std::uint64_t hash) const;
+  void markFilter(std::uint64_t hash);
 
   std::string store_;                 // each name: 2 length bytes (big endian), its bits, its bytes
   std::vector<std::uint32_t> slots_;  // 0 = empty, else offset into store_ + 1

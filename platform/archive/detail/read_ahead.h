@@ -103,6 +103,11 @@ class ReadAhead {
   void submitSome();
   void reap();
   void waitForOne();
+  // Whether a read of `length` bytes waits for held bytes to drop (never when no read is
+  // in flight, so the oldest waiting file always goes on).
+  bool mustWait(std::size_t length) const;
+  // Counts what `item`'s parser holds now.
+  void hold(Item& item);
   void unpark();
   void fail();
   void drain();
