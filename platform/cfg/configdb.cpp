@@ -139,6 +139,21 @@ std::pair<std::size_t, std::size_t> lineAndColumn(const std::string& text, std::
 }  // namespace
 
 namespace {
+
+// The library's own document builder, which also keeps where the failing token began:
+// the exceptions of some errors (a number too large) carry no position of their own.
+struct DomWithErrorPosition : nlohmann::detail::json_sax_dom_parser<json> {
+  using json_sax_dom_parser::json_sax_dom_parser;
+  std::size_t errorStart = 0;  // from 0
+
+  // `end` is the count of characters read, up to the end of `token`.
+  template <class Exception>
+  bool parse_error(std::size_t end, const std::string& token, const Exception& ex) {
+    errorStart = end >= token.size() ? end - token.size() : 0;
+    return json_sax_dom_parser::parse_error(end, token, ex);
+  }
+};
+
 const json& valueOf(const void* value) { return *static_cast<const json*>(value); }
 }  // namespace
 
@@ -179,8 +194,10 @@ Configdb Configdb::parse(const std::string& text, const boost::filesystem::path&
     const auto position = lineAndColumn(text, nul + 1);
     throw parseError(file, position.first, position.second, "a NUL byte");
   }
+  auto tree = std::make_shared<Node::Tree>(Node::Tree{json(), file});
+  DomWithErrorPosition dom(tree->root);
   try {
-    auto tree = std::make_shared<Node::Tree>(Node::Tree{json::parse(text), file});
+    json::sax_parse(text, &dom);
     const void* root = &tree->root;
     return Configdb(Node(std::move(tree), root));
   } catch (const json::parse_error& e) {
@@ -188,15 +205,9 @@ Configdb Configdb::parse(const std::string& text, const boost::filesystem::path&
     throw parseError(file, position.first, position.second, jsonReason(e.what()));
   } catch (const json::out_of_range& e) {
     // A number too large for a double ("number overflow parsing '1e99999'"): the
-    // library gives no position, so point at the first place the number stands.
-    const std::string reason = jsonReason(e.what());
-    const std::size_t quote = reason.find('\'');
-    const std::string number =
-        quote == std::string::npos ? "" : reason.substr(quote + 1, reason.size() - quote - 2);
-    const std::size_t at = number.empty() ? std::string::npos : text.find(number);
-    if (at == std::string::npos) throw fileError(file, "not valid JSON: " + reason);
-    const auto position = lineAndColumn(text, at + 1);
-    throw parseError(file, position.first, position.second, reason);
+    // exception has no position, the parser told the builder where the number ended.
+    const auto position = lineAndColumn(text, dom.errorStart + 1);
+    throw parseError(file, position.first, position.second, jsonReason(e.what()));
   } catch (const json::exception& e) {
     throw fileError(file, "not valid JSON: " + jsonReason(e.what()));
   }

@@ -55,7 +55,8 @@ TEST(ConfigdbTest, BrokenJsonIsOneLineWithLineAndColumn) {
        "line 1, column 1008: syntax error while parsing value - invalid string: missing "
        "closing quote; last read: '\"" +
            std::string(36, 'x') + "...'"},
-      {"{\"a\": [1,\n 1e99999]}", "line 2, column 2: number overflow parsing '1e99999'"},
+      {"{\"n\": \"1e99999\",\n \"a\": [1e99999]}",
+       "line 2, column 8: number overflow parsing '1e99999'"},
   };
   for (const auto& [text, fault] : cases) {
     EXPECT_EQ(whatOf([&] { cfg::Configdb::parse(text, "/etc/x.json"); }),
