@@ -173,14 +173,20 @@ void ReadAhead::start(Item& item) {
 }
 
 void ReadAhead::opened(Item& item, int res) {
-  if ((res == -EMFILE || res == -ENFILE) && inFlight_ > 1) {
-    // Out of descriptors: fewer files in flight, and this one again once another is
-    // done, so that it is read as it would be alone.
-    --inFlight_;
-    depth_ = maxDepth_ = inFlight_;
-    item.stage = Item::kWaiting;
-    reopen_.push_back(&item);
-    return;
+  if (res == -EMFILE || res == -ENFILE) {
+    if (inFlight_ > 1 || closing_ > 0) {
+      // Out of descriptors while others hold some: fewer files in flight, and this one
+      // again once another is done, so that it is read as it would be alone.
+      --inFlight_;
+      depth_ = maxDepth_ = std::max(1u, inFlight_);
+      item.stage = Item::kWaiting;
+      reopen_.push_back(&item);
+      return;
+    }
+    // Nothing of ours holds a descriptor but the ring itself, which took the last one:
+    // the ring goes (once idle, in reap) and the plain path reads with its descriptor.
+    usable_ = false;
+    return finish(item, ReadResult::kPlain);
   }
   if (res < 0) {
     // The kernel will not open through the ring: neither this file nor the later ones.
@@ -252,6 +258,7 @@ void ReadAhead::finish(Item& item, int outcome) {
   if (item.fd >= 0) {
     io_uring_prep_close(prepare(nullptr), item.fd);
     item.fd = -1;
+    ++closing_;
   }
   if (item.slot >= 0) {
     // A slot whose file needed large reads gives its memory back.
@@ -289,7 +296,7 @@ void ReadAhead::unpark() {
 }
 
 void ReadAhead::submitSome() {
-  if (io_uring_sq_ready(&ring_->ring) >= kSubmitBatch) io_uring_submit(&ring_->ring);
+  if (ring_ && io_uring_sq_ready(&ring_->ring) >= kSubmitBatch) io_uring_submit(&ring_->ring);
 }
 
 void ReadAhead::reap() {
@@ -300,7 +307,10 @@ void ReadAhead::reap() {
     ++seen;
     --outstanding_;
     auto* item = static_cast<Item*>(io_uring_cqe_get_data(cqe));
-    if (!item) continue;  // a close
+    if (!item) {  // a close
+      --closing_;
+      continue;
+    }
     if (draining_) {
       if (item->stage == Item::kOpening && cqe->res >= 0) ::close(cqe->res);
       item->stage = Item::kDone;
@@ -312,6 +322,8 @@ void ReadAhead::reap() {
       readDone(*item, cqe->res);
   }
   io_uring_cq_advance(ring, seen);
+  // A ring that is no longer used gives its descriptor back once nothing is in it.
+  if (!usable_ && outstanding_ == 0) fail();
 }
 
 void ReadAhead::waitForOne() {
@@ -351,8 +363,8 @@ void ReadAhead::pop() {
 }
 
 void ReadAhead::fail() {
-  // The ring cannot be trusted: wait for what it still holds, then leave every file
-  // not read yet, and those queued later, to the plain path.
+  // The ring cannot be trusted or used: wait for what it still holds, then leave every
+  // file not read yet, and those queued later, to the plain path, and close the ring.
   drain();
   usable_ = false;
   draining_ = false;
@@ -367,15 +379,16 @@ void ReadAhead::fail() {
   }
   parked_.clear();
   reopen_.clear();
-  inFlight_ = readsInFlight_ = 0;
+  inFlight_ = readsInFlight_ = closing_ = 0;
   heldBytes_ = 0;
+  ring_.reset();
 }
 
 void ReadAhead::drain() {
   draining_ = true;
   // Steps prepared but not submitted may name buffers of this reader: submit them too,
   // and wait for everything, so that the kernel writes into no freed memory.
-  while (outstanding_ > 0) {
+  while (outstanding_ > 0 && ring_) {
     const int r = io_uring_submit_and_wait(&ring_->ring, 1);
     // A ring that itself is broken: closing it cancels what it holds.
     if (r < 0 && r != -EINTR && r != -EAGAIN && r != -EBUSY) break;

@@ -122,6 +122,7 @@ class ReadAhead {
   std::size_t started_ = 0;  // items_[0, started_) have been started
   unsigned inFlight_ = 0;    // files between their open and their finish
   unsigned readsInFlight_ = 0;
+  unsigned closing_ = 0;       // closes prepared and not yet completed
   unsigned outstanding_ = 0;   // operations prepared and not yet completed
   std::size_t heldBytes_ = 0;  // header bytes held by the files in flight
   std::deque<Item*> parked_;   // files whose next read waits for held bytes to drop
