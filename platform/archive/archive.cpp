@@ -14,34 +14,34 @@ struct Archive::State {
   Owner owner;
   boost::filesystem::path directory;
   detail::Selection selection;
-  // Read on the first gathering and kept: each marker folder is read once per archive.
-  std::unique_ptr<detail::Markers> markers;
+  // Read when gathering and kept: each marker folder is read once per archive, if at all.
+  detail::Markers markers;
+  std::uint8_t markersAsked = kAllMarkers;
+  bool opened = false;
   bool missing = false;  // <dir> did not exist at the first gathering
   detail::FolderStore folders;
 
   // Opens <dir> first, so that a <dir> that cannot be read is reported by its own name
   // rather than by the name of the first folder inside it; then reads the marker
-  // folders whole, so that one that cannot be read is reported with the gathering,
-  // before any file is listed.
-  detail::Markers& prepare() {
-    if (!markers) {
-      const std::string dir = directory.string();
-      missing = !detail::openFolder(dir);
-      markers =
-          missing ? std::make_unique<detail::Markers>() : std::make_unique<detail::Markers>(dir);
+  // folders asked (and `more`) whole, so that one that cannot be read is reported with
+  // the gathering, before any file is listed.
+  void prepare(std::uint8_t more) {
+    if (!opened) {
+      missing = !detail::openFolder(directory.string());
+      opened = true;
     }
-    return *markers;
+    if (!missing) markers.read(directory.string(), markersAsked | more);
   }
 
   void scan(bool inTrash, std::uint8_t addFlags, std::uint8_t requireFlags,
             std::deque<detail::FileEntry>& out) {
-    prepare();
+    prepare(requireFlags);
     if (missing) return;
     detail::ScanRequest request;
     request.owner = &owner;
     request.path = inTrash ? directory / ".trash" : directory;
     request.selection = &selection;
-    request.markers = markers.get();
+    request.markers = &markers;
     request.addFlags = addFlags;
     request.requireFlags = requireFlags;
     detail::scanFolder(request, folders, out);
@@ -78,11 +78,14 @@ void Archive::setExtensions(std::string const& extensions) {
   state_->selection.setExtensions(extensions);
 }
 
+void Archive::readMarkers(std::uint8_t markers) { state_->markersAsked = markers; }
+
 void AFUQueue::appendEntries(std::deque<detail::FileEntry>& entries) const {
   // No marker, no queue: spares two scans of possibly large folders. Reading the
   // markers already reports a <dir> that cannot be read.
-  detail::Markers& markers = archive_.state_->prepare();
-  if (archive_.state_->missing || !markers.anyCarries(detail::kInAFUQueue)) return;
+  Archive::State& state = *archive_.state_;
+  state.prepare(detail::kInAFUQueue);
+  if (state.missing || !state.markers.anyCarries(detail::kInAFUQueue)) return;
   archive_.state_->scan(false, 0, detail::kInAFUQueue, entries);
   archive_.state_->scan(true, detail::kDeleted, detail::kInAFUQueue, entries);
 }

@@ -43,6 +43,16 @@ struct BrowseFilter {
   std::function<bool(FileInfo&)> predicate;
 };
 
+// The marker folders of an archive (.recording, .locked, .downloaded, .afu) as bits of a
+// mask: the flags a run asks of its files.
+enum Marker : std::uint8_t {
+  kRecordingMarker = 1,
+  kLockedMarker = 2,
+  kDownloadedMarker = 4,
+  kAFUMarker = 8,
+  kAllMarkers = 15,
+};
+
 namespace detail {
 struct Folder;  // one scanned folder: owner, path, name store
 struct FileInfoAccess;
@@ -191,6 +201,11 @@ class Archive {
   virtual void appendEntries(std::deque<detail::FileEntry>& entries) const;
 
   void setExtensions(std::string const& extensions);
+  // The marker folders read, whole, when the archive is first gathered: those of the
+  // flags (Marker bits) the run will ask of its files; all of them unless set. A folder
+  // not read is not touched, and its flag is false for every file. Gathering the AFU
+  // queue reads .afu whatever is set.
+  void readMarkers(std::uint8_t markers);
 
   AFUQueue afuQueue;
   Trash trash;

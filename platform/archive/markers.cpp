@@ -18,8 +18,10 @@ constexpr MarkerFolder kMarkerFolders[] = {{kInAFUQueue, "/.afu"},
 
 }  // namespace
 
-Markers::Markers(const std::string& dir) {
+void Markers::read(const std::string& dir, std::uint8_t folders) {
   for (const MarkerFolder& folder : kMarkerFolders) {
+    if (!(folders & folder.flag) || (read_ & folder.flag)) continue;
+    read_ |= folder.flag;
     DirReader reader(dir + folder.name);
     if (!reader.open()) continue;
     while (const dirent* entry = reader.next()) {

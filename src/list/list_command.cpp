@@ -2,6 +2,7 @@
 // and lists their files through the text or the JSON formatter.
 #include "list/list_command.h"
 
+#include <cstdint>
 #include <cstring>
 #include <iostream>
 #include <memory>
@@ -46,6 +47,15 @@ void printListHelp(std::ostream& out) {
 // "*" and "all" stand for every extension, which the archive library spells as "".
 std::string extensionList(const std::string& value) {
   return value == "*" || value == "all" ? std::string() : value;
+}
+
+// The marker folders the columns show, in text and JSON alike: "A" every flag, "a" those
+// of the recording, the download and the lock. The others need none read.
+std::uint8_t markersShown(const std::string& columns) {
+  if (columns.find('A') != std::string::npos) return archive::kAllMarkers;
+  if (columns.find('a') != std::string::npos)
+    return archive::kRecordingMarker | archive::kDownloadedMarker | archive::kLockedMarker;
+  return 0;
 }
 
 }  // namespace
@@ -94,9 +104,9 @@ int listCommand(int argc, const char* const argv[], std::ostream& out, std::ostr
 
   const ArchiveSet archives = makeArchives(path, name, ids);
   // Before the choice of source, so that the filter holds for AFU and trash listings too.
-  if (exts.count != 0) {
-    const std::string extensions = extensionList(exts.value());
-    for (const auto& a : archives) a->setExtensions(extensions);
+  for (const auto& a : archives) {
+    if (exts.count != 0) a->setExtensions(extensionList(exts.value()));
+    a->readMarkers(markersShown(columnFormat));
   }
 
   std::unique_ptr<IBrowseFilesFormatter> formatter;

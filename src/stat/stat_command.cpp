@@ -55,6 +55,8 @@ int statCommand(int argc, const char* const argv[], std::ostream& out, std::ostr
 
   // Before anything is printed, so an unknown recorder leaves standard output empty.
   const ArchiveSet archives = makeArchives(path, name, recorders);
+  // Counting asks one flag, of the files of the archives proper: whether they are queued.
+  for (const auto& a : archives) a->readMarkers(trash.count != 0 ? 0 : archive::kAFUMarker);
 
   const bool asJson = json.count != 0;
   if (afu.count != 0) {

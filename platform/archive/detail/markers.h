@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "archive/archive.h"
 #include "archive/detail/name_set.h"
 
 namespace archive::detail {
@@ -13,25 +14,26 @@ namespace archive::detail {
 // FileEntry::flags holds kDeleted, and kInAFUQueue for the entries of the queue (known
 // when gathered); the other flags are looked up when asked.
 enum EntryFlag : std::uint8_t {
-  kRecording = 1,
-  kLocked = 2,
-  kDownloaded = 4,
-  kInAFUQueue = 8,
+  kRecording = kRecordingMarker,
+  kLocked = kLockedMarker,
+  kDownloaded = kDownloadedMarker,
+  kInAFUQueue = kAFUMarker,
   kDeleted = 16,
 };
 
 inline constexpr std::uint8_t kMarkerFlags = kRecording | kLocked | kDownloaded | kInAFUQueue;
 
-// The flags of an archive: the names of its marker folders, read whole when the archive
-// is first gathered, so that a marker folder that cannot be read is reported with the
-// gathering, never half-way through a listing. A missing folder means nobody carries
-// its flag. Marker folders are small beside the archive: a flag marks the exception.
+// The flags of an archive: the names of its marker folders, each read whole when the
+// archive is gathered, so that a marker folder that cannot be read is reported with the
+// gathering, never half-way through a listing. A missing folder, or one not read, means
+// nobody carries its flag. Marker folders are small beside the archive: a flag marks the
+// exception.
 class Markers {
  public:
-  Markers() = default;  // an archive whose folder does not exist: no flags
-  // Reads the marker folders of archive folder `dir`; throws std::runtime_error naming
-  // one that exists but cannot be read.
-  explicit Markers(const std::string& dir);
+  // Reads those of the marker folders of archive folder `dir` named by the Marker bits
+  // `folders` that were not read before; throws std::runtime_error naming one that
+  // exists but cannot be read.
+  void read(const std::string& dir, std::uint8_t folders);
   // Those of the EntryFlag bits `wanted` (kRecording, kLocked, kDownloaded, kInAFUQueue)
   // that `name` carries.
   std::uint8_t flagsOf(std::string_view name, std::uint8_t wanted) const {
@@ -45,6 +47,7 @@ class Markers {
  private:
   NameSet names_;             // every marker name, its bits = the flags it carries
   std::uint8_t carried_ = 0;  // flags that at least one name carries
+  std::uint8_t read_ = 0;     // the folders read so far
 };
 
 }  // namespace archive::detail
