@@ -22,6 +22,10 @@
  *                          anywhere: the floor of a pipelined reader, and what a cold
  *                          cache needs, where every step waits for the disk
  *
+ * A later mode word among the folders (getdents, stat, read or seq) applies to the folders
+ * after it, so one run can do what a command does to folders of different roles, e.g.
+ * `floor stat A A/.trash getdents A/.afu`: what counting needs.
+ *
  * Files are the regular (or not yet typed) entries whose names do not begin with ".",
  * as in an archive folder. Prints "files N bytes B" so the work is not optimised away;
  * B is the sum of sizes (stat) or of bytes read (read, seq, uring, pipe), 0 for getdents;
@@ -305,7 +309,15 @@ int main(int argc, char** argv) {
     return 1;
   }
   int status = 0;
-  for (int i = 2; i < argc; ++i) status |= scan(argv[i], m);
+  for (int i = 2; i < argc; ++i) {
+    enum mode next = kGetdents;
+    while (next <= kSeq && strcmp(argv[i], kModes[next]) != 0) ++next;
+    if (next <= kSeq && m <= kSeq) {
+      m = next;
+      continue;
+    }
+    status |= scan(argv[i], m);
+  }
   if (m == kPipe) drainPipe();
   printf("files %lld bytes %lld\n", files, bytes);
   return status;

@@ -105,6 +105,13 @@ add stat    "archive stat all"               "$bin stat all"
 add findsum "find -printf %s | awk"          "find $dirs -maxdepth 1 -type f -printf '%s\n' | awk '{s+=\$1} END {print NR, s}'"
 add getdents "floor getdents"                "$floor getdents $dirs"
 add fstat   "floor stat"                     "$floor stat $dirs"
+# What the two commands that read no header must do at the least: counting stats the
+# files of the archive and trash folders and reads the names of the AFU queue; the
+# newest 20 with their flags read the names of the archive and marker folders.
+markers=$(for d in "${DIRS[@]}"; do printf ' %s/.afu %s/.locked %s/.downloaded %s/.recording' "$d" "$d" "$d" "$d"; done)
+add fcount  "floor: stat archive+trash, .afu names" \
+            "$floor stat $dirs $(printf ' %s/.trash' "${DIRS[@]}") getdents $(printf ' %s/.afu' "${DIRS[@]}")"
+add fnames  "floor: names of archive+markers" "$floor getdents $dirs$markers"
 add fread   "floor read"                     "$floor read $dirs"
 add fseq    "floor seq"                      "$floor seq $dirs"
 add furing  "floor uring"                    "$floor uring $dirs"
@@ -260,7 +267,9 @@ verdict() {  # value limit [failed-key]; a limit of "-" is shown for information
     target "full listing / pipelined floor"       lsall fpipe    1.30
     target "full listing JSON / pipelined floor"  lsjson fpipe   1.50
     target "counting / stat floor"                stat  fstat    1.10
+    target "counting / its floor (archive+trash stat, .afu)" stat fcount 1.10
     target "newest 20 / getdents floor"           ls20  getdents 1.50
+    target "newest 20 / its floor (archive+marker names)" ls20 fnames 1.50
     for k in ls20 lsall lsjson stat; do bytes_per_file "$k" 33; done
     target "full listing / sequential floor (info)"      lsall fseq  -
     target "full listing JSON / sequential floor (info)" lsjson fseq -

@@ -28,11 +28,14 @@ std::string_view fileStem(std::string_view name) {
 
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-unsigned digits(std::string_view s, std::size_t pos, std::size_t count) {
-  unsigned value = 0;
-  for (std::size_t i = 0; i < count; ++i) value = value * 10 + unsigned(s[pos + i] - '0');
+// The number the `count` digits at `pos` spell, or -1 when one of them is no digit.
+int number(std::string_view s, std::size_t pos, std::size_t count) {
+  int value = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const unsigned digit = unsigned(static_cast<unsigned char>(s[pos + i])) - '0';
+    if (digit > 9) return -1;
+    value = value * 10 + int(digit);
+  }
   return value;
 }
 
@@ -45,17 +48,18 @@ unsigned daysInMonth(unsigned year, unsigned month) {
 
 // The start time of a token at `pos`, or false when the characters there are not one.
 bool tokenAt(std::string_view s, std::size_t pos, std::int64_t* time) {
-  for (std::size_t i = 0; i < 8; ++i)
-    if (!isDigit(s[pos + i])) return false;
+  // The two letters first: they turn most places of a name away at once.
   if (s[pos + 8] != 'T' || s[pos + 15] != 'Z') return false;
-  for (std::size_t i = 9; i < 15; ++i)
-    if (!isDigit(s[pos + i])) return false;
-  const unsigned year = digits(s, pos, 4), month = digits(s, pos + 4, 2),
-                 day = digits(s, pos + 6, 2), hour = digits(s, pos + 9, 2),
-                 minute = digits(s, pos + 11, 2), second = digits(s, pos + 13, 2);
-  if (month < 1 || month > 12 || day < 1 || day > daysInMonth(year, month)) return false;
-  if (hour > 23 || minute > 59 || second > 59) return false;
-  *time = daysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+  const int year = number(s, pos, 4), month = number(s, pos + 4, 2), day = number(s, pos + 6, 2),
+            hour = number(s, pos + 9, 2), minute = number(s, pos + 11, 2),
+            second = number(s, pos + 13, 2);
+  if (year < 0 || month < 1 || month > 12 || day < 1 ||
+      day > int(daysInMonth(unsigned(year), unsigned(month))))
+    return false;
+  if (hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59)
+    return false;
+  *time = daysFromCivil(year, unsigned(month), unsigned(day)) * 86400 + hour * 3600 +
+          minute * 60 + second;
   return true;
 }
 

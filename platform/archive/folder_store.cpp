@@ -12,20 +12,15 @@ namespace {
 constexpr std::size_t kMaxStore = std::numeric_limits<std::uint32_t>::max();
 
 // A name around its start token: head + token + middle + tail, the tail from the last
-// "." on. `canonical`: the token written back from the start time is the name's own
-// text, so the name can be rebuilt exactly from the start time.
+// "." on. A start token is only ever the one spelling of its time (fixed width, every
+// field in range), so formatStartToken() writes the token's own text back from the start
+// time, and the name is rebuilt exactly without keeping the token.
 struct Split {
-  bool canonical = false;
   std::string_view head, middle, tail;
 };
 
-Split splitAtToken(std::string_view name, std::size_t tokenOffset, std::int64_t startTime) {
+Split splitAtToken(std::string_view name, std::size_t tokenOffset) {
   Split split;
-  char token[kTokenLength];
-  if (!formatStartToken(startTime, token) ||
-      name.compare(tokenOffset, kTokenLength, token, kTokenLength) != 0)
-    return split;
-  split.canonical = true;
   split.head = name.substr(0, tokenOffset);
   const std::string_view rest = name.substr(tokenOffset + kTokenLength);
   const std::size_t dot = rest.rfind('.');
@@ -86,11 +81,9 @@ FileEntry FolderStore::add(std::string_view name, const NameParts& parts, std::i
   entry.flags = flags;
   std::string_view stored = name;
   if (parts.hasToken) {
-    const Split split = splitAtToken(name, parts.tokenOffset, startTime);
-    if (split.canonical) {
-      entry.shape = shapeIndex(folder, split.head, split.tail);
-      if (entry.shape != 0) stored = split.middle;
-    }
+    const Split split = splitAtToken(name, parts.tokenOffset);
+    entry.shape = shapeIndex(folder, split.head, split.tail);
+    if (entry.shape != 0) stored = split.middle;
   }
   entry.nameOffset = std::uint32_t(folder.names.size());
   entry.nameLength = std::uint16_t(stored.size());

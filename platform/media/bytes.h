@@ -21,7 +21,14 @@ inline std::uint32_t le32(const std::uint8_t* p) {
 // num / den rounded to nearest (halves up); den > 0. Saturates at INT64_MAX.
 std::int64_t roundedQuotient(std::uint64_t num, std::uint64_t den);
 
-// Equality ignoring ASCII case only: file names and extensions may hold any bytes.
-bool equalsIgnoringCase(std::string_view a, std::string_view b);
+// Equality ignoring ASCII case only: file names and extensions may hold any bytes. Inline:
+// every name of an archive is held against the extensions wanted.
+inline bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
+  for (std::size_t i = 0; i < a.size(); ++i)
+    if (lower(a[i]) != lower(b[i])) return false;
+  return true;
+}
 
 }  // namespace media
