@@ -56,10 +56,9 @@ bool tokenAt(std::string_view s, std::size_t pos, std::int64_t* time) {
   if (year < 0 || month < 1 || month > 12 || day < 1 ||
       day > int(daysInMonth(unsigned(year), unsigned(month))))
     return false;
-  if (hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59)
-    return false;
-  *time = daysFromCivil(year, unsigned(month), unsigned(day)) * 86400 + hour * 3600 +
-          minute * 60 + second;
+  if (hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59) return false;
+  *time = daysFromCivil(year, unsigned(month), unsigned(day)) * 86400 + hour * 3600 + minute * 60 +
+          second;
   return true;
 }
 
