@@ -62,6 +62,10 @@ template <class It, class Less>
 void sortPrefix(It from, It to, It end, const Less& less) {
   if (to == end) {
     std::sort(from, end, less);
+  } else if ((to - from) * 64 <= end - from) {
+    // A page of a large set: its entries kept in a heap while the rest pass by, most of
+    // them turned away by one comparison with the heap's top.
+    std::partial_sort(from, to, end, less);
   } else {
     // The first ones to the front in linear time, then sort just them.
     std::nth_element(from, to, end, less);

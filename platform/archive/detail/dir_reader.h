@@ -4,6 +4,7 @@
 
 #include <dirent.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -37,14 +38,20 @@ class DirReader {
   DirReader(const DirReader&) = delete;
   DirReader& operator=(const DirReader&) = delete;
 
-  bool open() const { return dir_ != nullptr; }
+  bool open() const { return fd_ >= 0; }
   // The next entry whose name does not begin with "." (marker folders, the trash and
-  // hidden files are no recordings), or null at the end.
+  // hidden files are no recordings), or null at the end. Valid until the next call.
   const dirent* next();
 
  private:
+  // Entries are read with getdents64 straight into a buffer twice the C library's:
+  // half the calls on a folder of a hundred thousand names, and no copy per entry.
+  static constexpr std::size_t kBufferSize = 64 * 1024;
   std::string path_;
-  DIR* dir_ = nullptr;
+  int fd_ = -1;
+  bool ownsFd_ = false;  // else the kept descriptor is read, and outlives the reader
+  std::unique_ptr<char[]> buffer_;
+  std::size_t filled_ = 0, at_ = 0;  // bytes in buffer_, and the next entry's offset
 };
 
 // Whether folder `path` exists and can be read (opened and closed again). False when it
