@@ -52,7 +52,7 @@ void Folder::appendName(const FileEntry& entry, std::string& out) const {
   }
   const NameShape& shape = shapes[entry.shape - 1];
   char token[kTokenLength];
-  formatStartToken(entry.startTime, token);  // checked when the entry was made
+  formatStartToken(entry.startTime, token);  // the token's own text (see Split)
   out.append(shape.head).append(token, kTokenLength).append(stored).append(shape.tail);
 }
 
@@ -87,7 +87,7 @@ FileEntry FolderStore::add(std::string_view name, const NameParts& parts, std::i
   }
   entry.nameOffset = std::uint32_t(folder.names.size());
   entry.nameLength = std::uint16_t(stored.size());
-  folder.names.append(stored);
+  if (!stored.empty()) folder.names.append(stored);  // most names leave nothing to store
   return entry;
 }
 
