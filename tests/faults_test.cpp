@@ -11,11 +11,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -93,37 +92,20 @@ struct FileEffect {
   long long size = 0, duration = 0;
 };
 
-// `listing` with the record of `name` changed by `effect`: text lines "NAME\tSIZE\tDURATION"
-// (ls -f NSD) or the objects of a JSON array.
+// `listing` (ls -f NSD: "NAME\tSIZE\tDURATION" lines) with the line of `name` changed by
+// `effect`.
 std::string apply(std::string listing, const std::string& name, const FileEffect& effect) {
-  if (listing.empty() || listing[0] != '[') {
-    const std::size_t at = listing.find(name + "\t");
-    if (at == std::string::npos || (at > 0 && listing[at - 1] != '\n')) return listing;
-    const std::size_t end = listing.find('\n', at) + 1;
-    const std::string line = effect.gone ? ""
-                                         : name + "\t" + std::to_string(effect.size) + "\t" +
-                                               std::to_string(effect.duration) + "\n";
-    return listing.replace(at, end - at, line);
-  }
-  const std::size_t key = listing.find("\"name\":\"" + name + "\"");
-  if (key == std::string::npos) return listing;
-  std::size_t begin = listing.rfind('{', key), end = listing.find('}', key) + 1;
-  if (effect.gone) {
-    if (listing[end] == ',')
-      ++end;
-    else if (listing[begin - 1] == ',')
-      --begin;
-    return listing.erase(begin, end - begin);
-  }
-  std::string object = listing.substr(begin, end - begin);
-  object = std::regex_replace(object, std::regex("\"duration\":[0-9]+"),
-                              "\"duration\":" + std::to_string(effect.duration));
-  object = std::regex_replace(object, std::regex("\"size\":[0-9]+"),
-                              "\"size\":" + std::to_string(effect.size));
-  return listing.replace(begin, end - begin, object);
+  const std::size_t at = listing.find(name + "\t");
+  if (at == std::string::npos || (at > 0 && listing[at - 1] != '\n')) return listing;
+  const std::size_t end = listing.find('\n', at) + 1;
+  const std::string line = effect.gone ? ""
+                                       : name + "\t" + std::to_string(effect.size) + "\t" +
+                                             std::to_string(effect.duration) + "\n";
+  return listing.replace(at, end - at, line);
 }
 
-// The listings and counts each fault is checked with.
+// The listings and counts each fault is checked with. JSON prints what the text does, so
+// only the faults of folders, which fail it differently, are checked with it.
 const std::vector<std::vector<std::string>> kCommands = {
     {"ls", "-f", "NSD", "all"},
     {"ls", "--json", "all"},
@@ -207,17 +189,18 @@ TEST(FaultsTest, FailingFilesAndFoldersThroughBothReadPaths) {
     const std::string rule = (fault.file ? fault.file->path + " " : "") + fault.rule + "\n";
     const FaultMount mount(device.path(), rule);
     ASSERT_TRUE(mount.mounted()) << mount.why();
-    for (const char* path : {"0", "everywhere"}) {
+    // A slow read delays only its file: it is read once, not again on another path. One
+    // listing shows that; the faultfs log counts the reads that waited.
+    const bool slow = fault.rule.find("sleep") != std::string::npos;
+    for (const char* path : {"everywhere", "0"}) {
       for (std::size_t c = 0; c < kCommands.size(); ++c) {
+        if ((fault.file && kCommands[c][1] == "--json") || (slow && (c > 0 || path[0] == '0')))
+          continue;
         SCOPED_TRACE(rule + "ARCHIVE_IO_URING=" + path + " " +
                      testing::PrintToString(kCommands[c]));
-        const auto started = std::chrono::steady_clock::now();
         const RunResult got = runArchive(
             kCommands[c],
             {{"DEVICE_CONFIG", mount.root + "/config.json"}, {"ARCHIVE_IO_URING", path}});
-        const double seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-        EXPECT_LT(seconds, 3.5);  // a slow file costs its own delay, once
         std::string want = baseline[c];
         if (kCommands[c][0] == "stat") {
           if (!fault.counted)
@@ -240,7 +223,11 @@ TEST(FaultsTest, FailingFilesAndFoldersThroughBothReadPaths) {
         EXPECT_EQ(got.status, status);
       }
     }
-    EXPECT_NE(mount.log(), "") << "the fault never fired";
+    const std::string log = mount.log();
+    EXPECT_NE(log, "") << "the fault never fired";
+    if (slow) {
+      EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+    }
   }
 #endif
 }

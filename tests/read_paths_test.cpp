@@ -2,7 +2,6 @@
 // another (ARCHIVE_IO_URING=0), give the same bytes: on the example device, on a
 // recorder with enough recordings for several batches, and with a file nobody may open.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,9 +16,11 @@ namespace {
 namespace fs = std::filesystem;
 using testing_support::runArchive;
 
-void expectSameBothWays(const std::string& config, const std::vector<std::string>& args) {
-  const auto readAhead = runArchive(args, {{"DEVICE_CONFIG", config}});
-  const auto oneByOne = runArchive(args, {{"DEVICE_CONFIG", config}, {"ARCHIVE_IO_URING", "0"}});
+void expectSameBothWays(const std::string& config, const std::vector<std::string>& args,
+                        const std::vector<std::string>& wrapper = {}) {
+  const auto readAhead = runArchive(args, {{"DEVICE_CONFIG", config}}, wrapper);
+  const auto oneByOne =
+      runArchive(args, {{"DEVICE_CONFIG", config}, {"ARCHIVE_IO_URING", "0"}}, wrapper);
   SCOPED_TRACE(testing::PrintToString(args));
   EXPECT_EQ(readAhead.status, 0);
   EXPECT_EQ(readAhead.err, "");
@@ -67,25 +68,19 @@ TEST(ReadPathsTest, ExampleDeviceAndManyBatchesListTheSameBytes) {
   // differently for the lack of one. At the smallest limit that lists at all (5 for a
   // plain build: the standard three, the folder, one file; a sanitizer's runtime holds
   // a few more), the ring's own descriptor would take the file's.
-  rlimit limit;
-  getrlimit(RLIMIT_NOFILE, &limit);
-  const auto withLimit = [&](rlim_t descriptors, const auto& run) {
-    rlimit few = limit;
-    few.rlim_cur = descriptors;
-    setrlimit(RLIMIT_NOFILE, &few);
-    run();
-    setrlimit(RLIMIT_NOFILE, &limit);
+  const auto fewer = [](int descriptors) {
+    return std::vector<std::string>{"prlimit", "--nofile=" + std::to_string(descriptors)};
   };
-  rlim_t smallest = 4;
-  for (bool lists = false; !lists && smallest < 32; smallest += !lists)
-    withLimit(smallest, [&] {
-      const auto plain = runArchive(
-          kListings[0], {{"DEVICE_CONFIG", dir / "config.json"}, {"ARCHIVE_IO_URING", "0"}});
-      lists = plain.status == 0 && plain.err.empty();
-    });
-  ASSERT_LT(smallest, 32u);
-  for (rlim_t descriptors : {rlim_t(24), smallest})
-    withLimit(descriptors, [&] { expectSameBothWays(dir / "config.json", kListings[0]); });
+  int smallest = 4;
+  while (smallest < 32 &&
+         runArchive(kListings[0],
+                    {{"DEVICE_CONFIG", dir / "config.json"}, {"ARCHIVE_IO_URING", "0"}},
+                    fewer(smallest))
+                 .status != 0)
+    ++smallest;
+  ASSERT_LT(smallest, 32);
+  for (int descriptors : {24, smallest})
+    expectSameBothWays(dir / "config.json", kListings[0], fewer(descriptors));
 }
 
 // A file that exists but cannot be opened is listed with its size and no duration, and
