@@ -165,7 +165,7 @@ TEST(FaultsTest, FailingFilesAndFoldersThroughBothReadPaths) {
       {&kQueued, "read EIO 0", FileEffect{false, 5346, 0}, true, {}, ""},
       {&kLong, "read EIO 9930", FileEffect{false, 12188, 61}, true, {}, ""},
       {&kQueued, "read short 1000", std::nullopt, true, {}, ""},
-      {&kQueued, "read sleep 2000", std::nullopt, true, {}, ""},
+      {&kQueued, "read sleep 1000", std::nullopt, true, {}, ""},
       {&kQueued, "open EIO", FileEffect{false, 5346, 0}, true, {}, ""},
       {&kQueued, "open ENOENT", FileEffect{true, 0, 0}, true, {}, ""},
       {&kQueued, "getattr EIO", FileEffect{true, 0, 0}, false, {}, ""},
