@@ -1,121 +1,45 @@
 // The real binary lists and counts archives while a recorder works in them. Whatever the
 // interleaving, every run succeeds silently, lists no file twice, lists every file left
 // alone throughout, and nothing the recorder never made.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <random>
 #include <set>
 #include <sstream>
-#include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "test_support.h"
 
-extern char** environ;
-
 namespace {
 
 using namespace testing_support;
 
-// One step of the recorder on a pool of six names in c1 or c2 (each named after its
-// folder, so that no two recorders list the same name): three media files (so
-// listings read headers) and three without a start token, written, flagged, unflagged,
-// deleted, trashed, purged.
-void work(const std::string& root, std::mt19937& rng) {
-  static const std::string media =
-      readFile(std::string(EXAMPLE_ARCHIVE) + "/1/front_20261118T070000Z.mp4");
-  static const char* const markers[] = {"recording", "downloaded", "locked", "afu"};
-  const unsigned i = rng() % 6;
-  const std::string c = std::to_string(1 + rng() % 2), dir = root + "/c" + c + "/";
-  const std::string name = "p" + c +
-                           (i < 3 ? "_20240301T15" + std::to_string(i) + "000Z.mp4"
-                                  : "-cam" + std::to_string(i) + ".mp4");
-  const std::string marker = dir + "." + markers[rng() % 4] + "/" + name;
-  const std::function<void()> steps[] = {
-      [&] { writeFile(dir + name, i < 3 ? media : std::string(1000, 'x')); },
-      [&] { writeFile(marker, ""); },
-      [&] { ::unlink(marker.c_str()); },
-      [&] { ::unlink((dir + name).c_str()); },
-      [&] {
-        makeDirs(dir + ".trash");
-        std::rename((dir + name).c_str(), (dir + ".trash/" + name).c_str());
-      },
-      [&] { ::unlink((dir + ".trash/" + name).c_str()); }};
-  steps[rng() % 6]();
-}
-
-// The recorder: this test program started again with ARCHIVE_TEST_RECORDER naming the
-// folder to work in. It works until its standard input closes, then exits before main.
-// A process of its own started with posix_spawn, neither a thread nor a fork(): under
-// qemu-user (the arm64 tests) a process that runs a thread can hang starting the binary,
-// and the forked copy of a dynamically linked program spins.
-[[maybe_unused]] const bool startedAsRecorder = [] {
-  const char* root = std::getenv("ARCHIVE_TEST_RECORDER");
-  if (!root) return false;
-  int status = 0;
-  try {
-    std::mt19937 rng(9);
-    for (pollfd input{0, POLLIN, 0}; ::poll(&input, 1, 0) == 0; ::usleep(200)) work(root, rng);
-  } catch (const std::exception& e) {
-    std::fprintf(stderr, "recorder: %s\n", e.what());
-    status = 1;
-  }
-  std::_Exit(status);
-}();
-
-// Starts the recorder working in `root`; stopped and waited for on every way out, a
-// failed assertion included.
-class Recorder {
- public:
-  explicit Recorder(const std::string& root) {
-    std::vector<std::string> words{"env", "ARCHIVE_TEST_RECORDER=" + root};
-    for (const char* word : {E2E_TESTS_COMMAND}) words.push_back(word);
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(&word[0]);
-    argv.push_back(nullptr);
-    int input[2];
-    if (::pipe2(input, O_CLOEXEC) != 0) throw std::runtime_error(strerror(errno));
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input[0], 0);
-    const int failed = posix_spawnp(&pid_, "env", &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(input[0]);
-    if (failed) {
-      ::close(input[1]);
-      throw std::runtime_error(std::string("spawn the recorder: ") + strerror(failed));
-    }
-    stop_ = input[1];
-  }
-  Recorder(const Recorder&) = delete;
-  Recorder& operator=(const Recorder&) = delete;
-  ~Recorder() { stop(); }
-
-  // Closes the recorder's input and returns its wait status: 0 when it never failed.
-  int stop() {
-    if (stop_ >= 0) {
-      ::close(stop_), stop_ = -1;
-      while (::waitpid(pid_, &status_, 0) < 0 && errno == EINTR) {
-      }
-    }
-    return status_;
-  }
-
- private:
-  pid_t pid_ = -1;
-  int stop_ = -1, status_ = -1;
-};
+// The recorder: steps on a pool of six names in c1 or c2 (each named after its folder, so
+// that no two recorders list the same name), three media files (so listings read
+// headers) and three without a start token, written, flagged, unflagged, deleted,
+// trashed, purged, while the file "run" exists; then its status goes to "status".
+const char kRecorder[] = R"(set -e
+media=$1 root=$2 markers=(recording downloaded locked afu)
+trap 'echo $? > "$root/status"' EXIT
+while [ -e "$root/run" ]; do
+  c=$((RANDOM % 2 + 1)) i=$((RANDOM % 6))
+  d=$root/c$c n=p$c-cam$i.mp4
+  [ $i -lt 3 ] && n=p${c}_20240301T15${i}000Z.mp4
+  m=$d/.${markers[RANDOM % 4]}
+  case $((RANDOM % 6)) in
+    0) if [ $i -lt 3 ]; then cp "$media" "$d/$n"; else head -c 1000 /dev/zero > "$d/$n"; fi ;;
+    1) mkdir -p "$m" && : > "$m/$n" ;;
+    2) rm -f "$m/$n" ;;
+    3) rm -f "$d/$n" ;;
+    4) mkdir -p "$d/.trash" && { mv "$d/$n" "$d/.trash/" 2>/dev/null || :; } ;;
+    5) rm -f "$d/.trash/$n" ;;
+  esac
+done
+)";
 
 TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
   TempDir tmp;
@@ -127,7 +51,12 @@ TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
       tmp / "config.json",
       {{"1", "One", tmp / "c1"}, {"2", "Two", tmp / "c2"}, {"3", "Three", tmp / "c3"}});
   const Env env{{"DEVICE_CONFIG", tmp / "config.json"}};
-  Recorder recorder(tmp.path());
+  writeFile(tmp / "recorder.sh", kRecorder);
+  writeFile(tmp / "run", "");
+  ASSERT_EQ(std::system(("bash " + tmp / "recorder.sh " + EXAMPLE_ARCHIVE +
+                         "/1/front_20261118T070000Z.mp4 " + tmp.path() + " &")
+                            .c_str()),
+            0);
 
   // Each listing, and the files left alone that it must show.
   const std::pair<const char*, std::set<std::string>> listings[] = {
@@ -153,7 +82,10 @@ TEST(LiveRecorderTest, ListingsAndCountsHoldWhileTheRecorderWorks) {
     ASSERT_EQ(1, std::sscanf(runArchive({"stat", "all"}, env).out.c_str(), "%zu", &files));
     EXPECT_TRUE(files >= 2 && files <= 2 + 6 * 2) << files;
   }
-  EXPECT_EQ(0, recorder.stop());
+  std::remove((tmp / "run").c_str());
+  for (int waited = 0; waited < 1000 && access((tmp / "status").c_str(), F_OK) != 0; ++waited)
+    usleep(10000);
+  EXPECT_EQ(readFile(tmp / "status"), "0\n") << "the recorder failed";
 }
 
 }  // namespace
