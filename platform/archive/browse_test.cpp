@@ -1,16 +1,13 @@
 // Tests of browseFileEntries over real folders: every page of both orders against a full
-// sort done here, pages while files vanish, and durations.
+// sort done here, and durations. Files that vanish while a page is read are shown through
+// a failing file system, in tests/faults_test.cpp.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <map>
-#include <numeric>
 #include <random>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -64,79 +61,6 @@ TEST(BrowsePartialSortTest, EveryPageEqualsTheSliceOfAFullSort) {
             Names(want.begin() + start, want.begin() + to))
             << "reverse " << reverse << " start " << start << " limit " << limit;
       }
-    }
-  }
-}
-
-// Files that vanish after gathering (deleted, or now a folder or a pipe), before the
-// browse or in its first callback, are left out and the page is filled by the next ones,
-// in each order, with sizes and with durations (read ahead in batches once asked).
-std::size_t openDescriptors() {
-  return std::size_t(std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                                   std::filesystem::directory_iterator()));
-}
-
-TEST(BrowseVanishedTest, APageIsFilledByTheFilesAfterIt) {
-  std::vector<std::size_t> many(24);
-  std::iota(many.begin(), many.end(), 2);  // more than the part sorted ahead of a page
-  const struct {
-    BrowseSortOrder order;
-    unsigned long start, limit;
-    std::vector<std::size_t> before, during;  // positions in a full browse; during: after the first
-  } cases[] = {
-      {BrowseSortOrder::time, 2, 5, {2, 4, 5}, {7}},
-      {BrowseSortOrder::rtime, 3, 4, {3, 6}, {5, 8}},
-      {BrowseSortOrder::none, 1, 6, {1, 3}, {5, 6, 9}},
-      {BrowseSortOrder::time, 1, 3, many, {}},
-      {BrowseSortOrder::rtime, 1, 3, {}, many},
-      {BrowseSortOrder::none, 0, 0, {0, 29}, {10, 11, 12}},
-  };
-  for (const auto& c : cases) {
-    for (bool durations : {false, true}) {
-      TempDir dir;
-      std::map<std::string, std::string> facts;  // name: "size duration"
-      for (int i = 0; i < 30; ++i) {
-        char name[40];
-        std::snprintf(name, sizeof name, "c_20240301T14%02d00Z.mp4", i);
-        addRecording(dir.path(), name, std::size_t(16 + i));
-        setMtime(dir / name, 1709301600 + i * 61);  // written for i seconds
-        facts[name] = std::to_string(16 + i) + " " + std::to_string(durations ? i : -1);
-      }
-      const Archive archive("1", "VGA", "", dir.path(), "mp4");
-      std::deque<detail::FileEntry> entries, again;
-      archive.appendEntries(entries);
-      archive.appendEntries(again);
-      const Names order = browse(again, c.order, 0, 0);
-      std::size_t removed = 0;
-      const auto remove = [&](std::size_t position) {
-        const std::string path = dir / order[position];
-        ASSERT_EQ(unlink(path.c_str()), 0);
-        const int kind = int(removed++ % 3);
-        const int made = kind == 1   ? mkdir(path.c_str(), 0755)
-                         : kind == 2 ? mkfifo(path.c_str(), 0644)
-                                     : 0;
-        EXPECT_EQ(made, 0) << path;
-      };
-      for (std::size_t position : c.before) remove(position);
-      const std::size_t descriptors = openDescriptors();
-      Names got;
-      detail::browseFileEntries(
-          entries, c.order, c.start, c.limit, BrowseFilter(), [&](FileInfo& f) {
-            if (got.empty())
-              for (std::size_t position : c.during) remove(position);
-            got.push_back(f.fileName + " " + std::to_string(f.getSize()) + " " +
-                          std::to_string(durations ? f.getDuration() : -1));
-            return true;
-          });
-      std::set<std::size_t> gone(c.before.begin(), c.before.end());
-      gone.insert(c.during.begin(), c.during.end());
-      Names want;
-      for (std::size_t i = c.start; i < order.size() && (c.limit == 0 || want.size() < c.limit);
-           ++i)
-        if (!gone.count(i)) want.push_back(order[i] + " " + facts[order[i]]);
-      EXPECT_EQ(got, want) << "order " << int(c.order) << " start " << c.start << " limit "
-                           << c.limit << " durations " << durations;
-      EXPECT_EQ(openDescriptors(), descriptors) << "a file left open";
     }
   }
 }
