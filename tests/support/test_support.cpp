@@ -2,33 +2,28 @@
 #include "test_support.h"
 
 #include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <boost/filesystem.hpp>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
-extern char** environ;
-
 namespace testing_support {
-namespace fs = boost::filesystem;
+namespace fs = std::filesystem;
 
-TempDir::TempDir()
-    : path_((fs::temp_directory_path() / fs::unique_path("archive-test-%%%%%%%%")).string()) {
-  fs::create_directory(path_);
+TempDir::TempDir() : path_((fs::temp_directory_path() / "archive-test-XXXXXX").string()) {
+  if (!mkdtemp(&path_[0])) throw std::runtime_error("mkdtemp: " + std::string(strerror(errno)));
 }
 
 TempDir::~TempDir() {
-  boost::system::error_code ec;
-  fs::remove_all(path_, ec);
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
 }
 
 void makeDirs(const std::string& path) { fs::create_directories(path); }
@@ -70,35 +65,26 @@ void addRecording(const std::string& dir, const std::string& name, std::size_t s
   for (const std::string& m : markers) writeFile(dir + "/." + m + "/" + name, "");
 }
 
-// posix_spawn rather than fork, since a test may run threads; env(1) sets the variables.
+// Through the shell, each word quoted: env(1) sets the variables, timeout(1) kills a
+// binary hung for 20 seconds (status 137), which fails its test.
 RunResult runArchive(const std::vector<std::string>& args, const Env& env,
                      const std::vector<std::string>& wrapper) {
   std::vector<std::string> words = wrapper;
-  words.push_back("env");
+  words.insert(words.end(), {"timeout", "-s", "KILL", "20", "env"});
   for (const auto& [name, value] : env) words.push_back(name + "=" + value);
   for (const char* word : {ARCHIVE_COMMAND}) words.push_back(word);
   words.insert(words.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(&word[0]);
-  argv.push_back(nullptr);
   const TempDir io;
-  const std::string out = io / "out", err = io / "err";
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
-  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT, 0600);
-  pid_t pid = 0;
-  const int failed = posix_spawnp(&pid, words[0].c_str(), &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (failed) throw std::runtime_error("spawn " + words[0] + ": " + strerror(failed));
-  int status = 0;
-  for (int waited = 0; waitpid(pid, &status, WNOHANG) == 0; ++waited) {
-    if (waited == 20000) kill(pid, SIGKILL);  // 20 s: a hung binary fails its test
-    usleep(1000);
+  std::string command;
+  for (const std::string& word : words) {
+    command += "'";
+    for (char c : word) command += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    command += "' ";
   }
+  const int status =
+      std::system((command + "<&- </dev/null >" + io / "out" + " 2>" + io / "err").c_str());
   const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  return {readFile(out), readFile(err), code};
+  return {readFile(io / "out"), readFile(io / "err"), code};
 }
 
 }  // namespace testing_support
