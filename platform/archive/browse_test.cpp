@@ -1,7 +1,9 @@
-// Tests of browseFileEntries over real folders: every page of both orders against a full
-// sort done here, and durations. Files that vanish while a page is read are shown through
-// a failing file system, in tests/faults_test.cpp.
+// Tests of gathering and browsing real folders: what counts as a recording, names kept
+// exactly, every page of both orders against a full sort done here, and durations. Files
+// that vanish while a page is read, missing and unreadable folders are shown end to end
+// (tests/).
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -29,6 +31,46 @@ Names browse(std::deque<detail::FileEntry>& entries, BrowseSortOrder order, unsi
   detail::browseFileEntries(entries, order, start, limit, BrowseFilter(),
                             [&](FileInfo& f) { return names.push_back(f.fileName), true; });
   return names;
+}
+
+// The file names gathered from `dir` with `extensions`, in name order.
+Names gathered(const std::string& dir, const char* extensions) {
+  std::deque<detail::FileEntry> entries;
+  const Archive archive("1", "VGA", "", dir, extensions);  // owns what the entries point to
+  archive.appendEntries(entries);
+  Names names = browse(entries, BrowseSortOrder::none, 0, 0);
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// Names are kept as the text around their start token; each must come back exactly, also
+// when a folder holds more shapes than it keeps.
+TEST(ArchiveLayoutTest, NamesComeBackExactlyWhateverTheirShape) {
+  TempDir dir;
+  Names written = {"x_20240301T140000Z",     "a.b_20240301T140000Z.c.mp4",
+                   "20240301T140000Z.ts",    "p_20240301T140000Z_20240301T150000Z_e.mp4",
+                   "q20240301T140000Zr.MP4", "y_00000101T000000Z.mp4",
+                   "y_99991231T235959Z.mp4", "z_20240301T140000Z."};
+  for (int i = 0; i < 300; ++i)
+    written.push_back("c" + std::to_string(i) + "_20240301T140000Z.mp4");
+  for (const std::string& name : written) addRecording(dir.path(), name, 0);
+  std::sort(written.begin(), written.end());
+  EXPECT_EQ(gathered(dir.path(), ""), written);
+}
+
+TEST(ArchiveLayoutTest, OnlyVisibleRegularFilesAndLinksToThemAreRecordings) {
+  TempDir dir;
+  addRecording(dir.path(), "a_20240301T140000Z.mp4", 1);
+  addRecording(dir.path(), ".b_20240301T140100Z.mp4", 1);
+  writeFile(dir / "c_20240301T140200Z.mp4/d_20240301T140300Z.mp4", "x");
+  writeFile(dir / "target.bin", "12345");
+  ASSERT_EQ(symlink((dir / "target.bin").c_str(), (dir / "e_20240301T140400Z.mp4").c_str()), 0);
+  ASSERT_EQ(symlink((dir / "nowhere").c_str(), (dir / "f_20240301T140500Z.mp4").c_str()), 0);
+  ASSERT_EQ(
+      symlink((dir / "c_20240301T140200Z.mp4").c_str(), (dir / "g_20240301T140600Z.mp4").c_str()),
+      0);
+  EXPECT_EQ(gathered(dir.path(), "mp4"),
+            (Names{"a_20240301T140000Z.mp4", "e_20240301T140400Z.mp4"}));
 }
 
 // Many entries with few distinct start times (ties go by name), in both orders, with
