@@ -151,8 +151,8 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
 // A name without a start token takes its modification time, here one before the epoch.
 TEST_F(ListTest, RangesCompareSignedTimes) {
   const std::string dir = tmp / "odd";
-  add(dir, "camera.mp4", 1, -50, 0, {});
-  add(dir, "c_19700101T000140Z.mp4", 1, 100, 0, {});
+  testing_support::addRecording(dir, "camera.mp4", 1, {}, false, -50);
+  testing_support::addRecording(dir, "c_19700101T000140Z.mp4", 1, {}, false, 100);
   // clang-format off
   expectRuns({{{"ls", "-p", dir, "-n", "", "--st-range", "0,100", "-f", "F"},
                "c_19700101T000140Z.mp4\n", "", 0},

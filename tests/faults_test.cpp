@@ -25,7 +25,7 @@ using namespace testing_support;
 // its server behind, which exits when unmounted.
 struct FaultMount {
   FaultMount(const std::string& source, const std::string& fault) {
-    makeDirs(root);
+    fs::create_directories(root);
     mounted = std::system((std::string(FAULTFS) + " " + source + " " + root + " " + log + " " +
                            fault + " >&2")
                               .c_str()) == 0;

@@ -1,6 +1,7 @@
 // The two ways a listing reads headers, batches through io_uring and one file after
-// another (ARCHIVE_IO_URING=0), give the same bytes: on the example device, on a
-// recorder with enough recordings for several batches, and with few descriptors to spare.
+// another (ARCHIVE_IO_URING=0), give the same bytes on a recorder with enough recordings
+// for several batches, also with few descriptors to spare. (The example device is listed
+// both ways through a failing file system, in faults_test.cpp.)
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -28,15 +29,13 @@ void expectSameBothWays(const std::string& config, const std::vector<std::string
 
 const std::vector<std::vector<std::string>> kListings = {
     {"ls", "all"},
-    {"ls", "--json", "all"},
     {"ls", "--exts", "all", "-f", "FSDNT", "all"},
-    {"ls", "--sort", "rtime", "--start", "7", "--limit", "150", "all"},
-    {"ls", "--limit", "70", "all"},
+    {"ls", "--sort", "time", "--start", "7", "--limit", "150", "all"},
     {"ls", "--afu", "all"},
     {"ls", "--trash", "all"},
 };
 
-TEST(ReadPathsTest, ExampleDeviceAndManyBatchesListTheSameBytes) {
+TEST(ReadPathsTest, ManyBatchesAndFewDescriptorsListTheSameBytes) {
   const fs::path example = fs::path(EXAMPLE_ARCHIVE).parent_path();
   // A recorder of 400 recordings copied round robin from the example's media, each kind
   // of header among them.
@@ -58,10 +57,11 @@ TEST(ReadPathsTest, ExampleDeviceAndManyBatchesListTheSameBytes) {
   }
   testing_support::writeDeviceConfig(dir / "config.json", {{"1", "Many", dir / "archive"}});
 
-  for (const auto& args : kListings) {
-    expectSameBothWays((example / "config.json").string(), args);
-    expectSameBothWays(dir / "config.json", args);
-  }
+  for (const auto& args : kListings) expectSameBothWays(dir / "config.json", args);
+  // Past the marker table's first growth: 58 markers, 51 of them of files not in the trash.
+  const std::string counts =
+      runArchive({"stat", "all"}, {{"DEVICE_CONFIG", dir / "config.json"}}).out;
+  EXPECT_EQ(counts.substr(counts.find('\n') + 1, 3), "51\t") << counts;
   // With few descriptors to spare, fewer files are in flight: none of them is read
   // differently for the lack of one. At the smallest limit that lists at all (5 for a
   // plain build: the standard three, the folder, one file; a sanitizer's runtime holds

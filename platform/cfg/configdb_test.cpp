@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,7 +26,7 @@ std::string loadError(const std::string& file) {
 // without a writer would block, /dev/zero never end.
 TEST(ConfigdbTest, OnlyARegularFileOfAtMost16MiBIsRead) {
   TempDir dir;
-  testing_support::makeDirs(dir / "folder");
+  std::filesystem::create_directories(dir / "folder");
   ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
   writeFile(dir / "max", std::string((16 << 20) - 2, ' ') + "{}");
   writeFile(dir / "big", std::string((16 << 20) - 1, ' ') + "{}");

@@ -26,8 +26,6 @@ TempDir::~TempDir() {
   fs::remove_all(path_, ignored);
 }
 
-void makeDirs(const std::string& path) { fs::create_directories(path); }
-
 void writeFile(const std::string& path, const std::string& content) {
   fs::create_directories(fs::path(path).parent_path());
   std::ofstream f(path, std::ios::binary | std::ios::trunc);
@@ -56,12 +54,13 @@ void writeDeviceConfig(const std::string& file, const std::vector<Recorder>& rec
 }
 
 void addRecording(const std::string& dir, const std::string& name, std::size_t size,
-                  const std::vector<std::string>& markers, bool inTrash) {
+                  const std::vector<std::string>& markers, bool inTrash, std::int64_t mtime) {
   // An MP4 file type box and no movie yet, as a recording still being written.
   std::string content(size, 'x');
   if (size >= 8) content.replace(0, 8, std::string("\0\0\0\0ftyp", 8));
   for (int i = 0; i < 4 && size >= 8; ++i) content[i] = char(std::uint32_t(size) >> (24 - 8 * i));
   writeFile(dir + (inTrash ? "/.trash/" : "/") + name, content);
+  if (mtime != -1) setMtime(dir + (inTrash ? "/.trash/" : "/") + name, mtime);
   for (const std::string& m : markers) writeFile(dir + "/." + m + "/" + name, "");
 }
 

@@ -28,7 +28,6 @@ class TempDir {
 
 // Writes `content` to `path`, creating missing parent folders.
 void writeFile(const std::string& path, const std::string& content);
-void makeDirs(const std::string& path);
 std::string readFile(const std::string& path);
 void setMtime(const std::string& path, std::int64_t seconds);
 
@@ -38,10 +37,12 @@ struct Recorder {
 void writeDeviceConfig(const std::string& file, const std::vector<Recorder>& recorders);
 
 // Writes <dir>/[.trash/]<name>: `size` bytes of an MP4 with no movie header yet (its
-// duration is its modification time less its start), and an empty marker
-// <dir>/.<marker>/<name> for each of `markers` ("afu", "locked", "downloaded", "recording").
+// duration is its modification time less its start), modified at `mtime` when given, and
+// an empty marker <dir>/.<marker>/<name> for each of `markers` ("afu", "locked",
+// "downloaded", "recording").
 void addRecording(const std::string& dir, const std::string& name, std::size_t size,
-                  const std::vector<std::string>& markers = {}, bool inTrash = false);
+                  const std::vector<std::string>& markers = {}, bool inTrash = false,
+                  std::int64_t mtime = -1);
 
 struct RunResult {
   std::string out, err;
@@ -97,27 +98,20 @@ inline void expectRuns(const std::vector<Expected>& cases, const Env& env = {}) 
 class DeviceTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    add(a1, "front_20240301T140509Z.mp4", 100, 1709301909, 0, {"downloaded"});
-    add(a1, "front_20240301T141000Z_alarm-17.mp4", 200, 1709302200, 3600, {"locked", "afu"});
-    add(a1, "front_20240301T142000Z.ts", 300, 1709302800, 59, {"recording"});
-    add(a1, "front_20240301T142500Z.jpg", 10, 1709303100, 0, {});
-    add(a1, "front_20240301T143000Z.MP4", 20, 1709303400, 3599, {});
-    add(a1, "front_20240301T130000Z.mp4", 50, 1709298000, 0, {"afu"}, true);
-    add(a1, "front_20240301T131000Z.avi", 60, 1709298600, 0, {}, true);
-    add(tmp / "a2", "cabin_20240301T140000Z.mov", 70, 1709301600, 0, {"afu"});
-    add(tmp / "a4", "roof_20240301T120000Z.mp4", 1000, 1709294400, 0, {"afu"}, true);
+    addRecording(a1, "front_20240301T140509Z.mp4", 100, {"downloaded"}, false, 1709301909);
+    addRecording(a1, "front_20240301T141000Z_alarm-17.mp4", 200, {"locked", "afu"}, false,
+                 1709302200 + 3600);
+    addRecording(a1, "front_20240301T142000Z.ts", 300, {"recording"}, false, 1709302800 + 59);
+    addRecording(a1, "front_20240301T142500Z.jpg", 10, {}, false, 1709303100);
+    addRecording(a1, "front_20240301T143000Z.MP4", 20, {}, false, 1709303400 + 3599);
+    addRecording(a1, "front_20240301T130000Z.mp4", 50, {"afu"}, true, 1709298000);
+    addRecording(a1, "front_20240301T131000Z.avi", 60, {}, true, 1709298600);
+    addRecording(tmp / "a2", "cabin_20240301T140000Z.mov", 70, {"afu"}, false, 1709301600);
+    addRecording(tmp / "a4", "roof_20240301T120000Z.mp4", 1000, {"afu"}, true, 1709294400);
     writeDeviceConfig(config, {{"1", "Front", a1},
                                {"2", "Cabin", tmp / "a2"},
                                {"3", "Rear", ""},
                                {"4", "Roof", tmp / "a4"}});
-  }
-
-  // A recording that started at `start` and was written for `duration` seconds.
-  static void add(const std::string& dir, const std::string& name, std::size_t size,
-                  std::int64_t start, std::int64_t duration,
-                  const std::vector<std::string>& markers, bool inTrash = false) {
-    addRecording(dir, name, size, markers, inTrash);
-    setMtime(dir + (inTrash ? "/.trash/" : "/") + name, start + duration);
   }
 
   Env env(const std::string& zone = "UTC") const {
