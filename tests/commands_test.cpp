@@ -148,17 +148,36 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
   // clang-format on
 }
 
-// A name without a start token takes its modification time, here one before the epoch.
-TEST_F(ListTest, RangesCompareSignedTimes) {
+// Times, sizes, indexes and bounds are 64-bit on every target, 32-bit ARM too. A name
+// without a start token takes its modification time: one before the epoch, one after
+// 2038; a recording dated 2040 is 5 GiB (sparse) and lasted 30 s.
+TEST_F(ListTest, SignedTimesAndValuesPast32Bits) {
   const std::string dir = tmp / "odd";
-  testing_support::addRecording(dir, "camera.mp4", 1, {}, false, -50);
-  testing_support::addRecording(dir, "c_19700101T000140Z.mp4", 1, {}, false, 100);
+  testing_support::addRecording(dir, "camera.mp4", 8, {}, false, -50);
+  testing_support::addRecording(dir, "c_19700101T000140Z.mp4", 8, {}, false, 100);
+  testing_support::addRecording(dir, "late.mp4", 8, {}, false, 2200000000);
+  const std::string big = dir + "/big_20400101T000000Z.mp4";
+  testing_support::addRecording(dir, "big_20400101T000000Z.mp4", 8);
+  ASSERT_EQ(truncate(big.c_str(), 5LL << 30), 0);
+  testing_support::setMtime(big, 2208988830);
+  const std::vector<std::string> ls = {"ls", "-p", dir, "-n", ""};
+  auto with = [&ls](std::vector<std::string> more) {
+    more.insert(more.begin(), ls.begin(), ls.end());
+    return more;
+  };
   // clang-format off
-  expectRuns({{{"ls", "-p", dir, "-n", "", "--st-range", "0,100", "-f", "F"},
-               "c_19700101T000140Z.mp4\n", "", 0},
-              {{"ls", "-p", dir, "-n", "", "--st-range", "-50,99", "-f", "F"}, "camera.mp4\n", "", 0},
-              {{"ls", "-p", dir, "-n", "", "-S", "t", "-f", "tT"},
-               "-50\t1969-12-31 23:59:10\n100\t1970-01-01 00:01:40\n", "", 0}},
+  expectRuns({{with({"--st-range", "0,100", "-f", "F"}), "c_19700101T000140Z.mp4\n", "", 0},
+              {with({"--st-range", "-50,99", "-f", "F"}), "camera.mp4\n", "", 0},
+              {with({"--st-range", "2147483648,0", "-f", "F"}),
+               "big_20400101T000000Z.mp4\nlate.mp4\n", "", 0},
+              {with({"--st-range", "-9223372036854775808,9223372036854775807", "-s", "3", "-f", "F"}),
+               "camera.mp4\n", "", 0},
+              {with({"-S", "t", "-l", "-1", "-f", "tTSD"}),
+               "-50\t1969-12-31 23:59:10\t8\t0\n100\t1970-01-01 00:01:40\t8\t0\n"
+               "2200000000\t2039-09-18 23:06:40\t8\t0\n"
+               "2208988800\t2040-01-01 00:00:00\t5368709120\t30\n", "", 0},
+              {with({"--json", "-s", "18446744073709551615", "-f", "S"}), "[]", "", 0},
+              {{"stat", "-p", dir, "-n", ""}, "4\t5368709144\n0\t0\n", "", 0}},
              env());
   // clang-format on
 }

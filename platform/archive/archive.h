@@ -221,8 +221,8 @@ namespace detail {
 // Visits `entries`: keeps those `filter` passes, orders them by `order`, skips the first
 // `start` of them and hands at most `limit` (0 = no limit) to `callback`, in order.
 // Files that vanished from disk are left out. `callback` returning false stops the walk.
-void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order, unsigned long start,
-                       unsigned long limit, BrowseFilter const& filter,
+void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order, std::uint64_t start,
+                       std::uint64_t limit, BrowseFilter const& filter,
                        std::function<bool(FileInfo&)> callback);
 }  // namespace detail
 

@@ -79,7 +79,7 @@ using Entries = std::deque<FileEntry>;
 // entry meets the filter once.
 class Walk {
  public:
-  Walk(Entries& entries, BrowseSortOrder order, unsigned long start,
+  Walk(Entries& entries, BrowseSortOrder order, std::uint64_t start,
        const std::function<bool(const FileEntry&)>& passes)
       : passes_(passes),
         sorting_(order == BrowseSortOrder::time || order == BrowseSortOrder::rtime),
@@ -87,7 +87,7 @@ class Walk {
         first_(entries.begin()),
         end_(entries.end()) {
     if (!sorting_) {
-      for (unsigned long skipped = 0; skipped < start && first_ != end_; ++first_)
+      for (std::uint64_t skipped = 0; skipped < start && first_ != end_; ++first_)
         if (passes_(*first_)) ++skipped;
       return;
     }
@@ -141,11 +141,11 @@ const FileEntry kNoEntry;  // what the reused FileInfos stand for before their f
 class HandOn {
  public:
   // `limit`: the most files to hand on (0 = no limit).
-  HandOn(const std::function<bool(FileInfo&)>& callback, Walk& walk, unsigned long limit)
+  HandOn(const std::function<bool(FileInfo&)>& callback, Walk& walk, std::uint64_t limit)
       : callback_(callback), walk_(walk), limit_(limit) {}
 
   void run() {
-    unsigned long handed = 0;
+    std::uint64_t handed = 0;
     for (;;) {
       const FileEntry* entry = nullptr;
       const ReadResult* read = nullptr;
@@ -196,7 +196,7 @@ class HandOn {
 
   const std::function<bool(FileInfo&)>& callback_;
   Walk& walk_;
-  const unsigned long limit_;
+  const std::uint64_t limit_;
   FileInfo info_{kNoEntry};
   bool openFirst_ = false;
   std::unique_ptr<ReadAhead> reader_;  // once durations are asked, where io_uring serves
@@ -204,8 +204,8 @@ class HandOn {
 
 }  // namespace
 
-void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order, unsigned long start,
-                       unsigned long limit, BrowseFilter const& filter,
+void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order, std::uint64_t start,
+                       std::uint64_t limit, BrowseFilter const& filter,
                        std::function<bool(FileInfo&)> callback) {
   const bool filtering = filter.kind == BrowseFilter::kPredicate && filter.predicate;
   // The filter sees every entry: it gets one FileInfo, reset for each, whose name is

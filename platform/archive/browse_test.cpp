@@ -25,8 +25,8 @@ using testing_support::TempDir;
 using testing_support::writeFile;
 using Names = std::vector<std::string>;
 
-Names browse(std::deque<detail::FileEntry>& entries, BrowseSortOrder order, unsigned long start,
-             unsigned long limit) {
+Names browse(std::deque<detail::FileEntry>& entries, BrowseSortOrder order, std::uint64_t start,
+             std::uint64_t limit) {
   Names names;
   detail::browseFileEntries(entries, order, start, limit, BrowseFilter(),
                             [&](FileInfo& f) { return names.push_back(f.fileName), true; });
@@ -95,8 +95,8 @@ TEST(BrowsePartialSortTest, EveryPageEqualsTheSliceOfAFullSort) {
   for (bool reverse : {false, true}) {
     Names want = all;
     if (reverse) std::reverse(want.begin(), want.end());
-    for (unsigned long start : {0ul, 1ul, 17ul, n / 2, n - 1, n}) {
-      for (unsigned long limit : {1ul, 20ul, 299ul, n}) {
+    for (std::size_t start : {std::size_t(0), std::size_t(1), std::size_t(17), n / 2, n - 1, n}) {
+      for (std::size_t limit : {std::size_t(1), std::size_t(20), std::size_t(299), n}) {
         const std::size_t to = std::min<std::size_t>(start + limit, n);
         EXPECT_EQ(
             browse(entries, reverse ? BrowseSortOrder::rtime : BrowseSortOrder::time, start, limit),

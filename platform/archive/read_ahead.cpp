@@ -61,14 +61,15 @@ std::pair<unsigned, unsigned> depthSetting() {
 }
 
 // exfat has no constant in older kernel headers.
-constexpr long kExfatMagic = 0x2011BAB0;
+constexpr std::uint32_t kExfatMagic = 0x2011BAB0;
 
 }  // namespace
 
 bool ringServes(int dirFd) {
   struct statfs fs;
   if (fstatfs(dirFd, &fs) != 0) return false;
-  switch (long(fs.f_type)) {
+  // Every magic fits 32 bits; f_type is a signed 32-bit word on 32-bit ARM.
+  switch (std::uint32_t(fs.f_type)) {
     case EXT4_SUPER_MAGIC:  // ext2 and ext3 too
     case F2FS_SUPER_MAGIC:
     case XFS_SUPER_MAGIC:

@@ -10,13 +10,13 @@
 namespace {
 
 // The filter of a start-time range: empty (every file passes) when both bounds are 0.
-archive::BrowseFilter makeStartTimeFilter(std::pair<long, long> range) {
+archive::BrowseFilter makeStartTimeFilter(std::pair<std::int64_t, std::int64_t> range) {
   if (range.first == 0 && range.second == 0) return archive::BrowseFilter();
-  const long lo = range.first;
-  const long hi = range.second;
+  const std::int64_t lo = range.first;
+  const std::int64_t hi = range.second;
   // Signed comparisons: a lower bound of 0 still rejects start times before the epoch.
   auto inRange = [lo, hi](archive::FileInfo& file) {
-    const long t = file.getStartTime();
+    const std::int64_t t = file.getStartTime();
     if (t < lo) return false;
     return hi == 0 || t <= hi;
   };

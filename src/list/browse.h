@@ -15,15 +15,13 @@
 // What to list and in which order. `start` and `limit` count across the whole set, not
 // per source.
 struct BrowseOptions {
-  unsigned long start = 0;  // index of the first matching file to output
-  unsigned long limit = 0;  // most files to output; 0 = no limit
+  std::uint64_t start = 0;  // index of the first matching file to output
+  std::uint64_t limit = 0;  // most files to output; 0 = no limit
   // Start-time bounds in seconds since the epoch, both inclusive; (0, 0) = no filter,
   // an upper bound of 0 = no upper bound.
-  std::pair<long, long> range{0, 0};
+  std::pair<std::int64_t, std::int64_t> range{0, 0};
   archive::BrowseSortOrder sortOrder = archive::BrowseSortOrder::rtime;
 };
-
-static_assert(sizeof(unsigned long) == 8, "start and limit are 64-bit on the device");
 
 // Writes the listed files. One formatter serves one browse: begin once, format once per
 // file in listing order, end once (also when no file was listed).

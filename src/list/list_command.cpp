@@ -70,9 +70,9 @@ int listCommand(int argc, const char* const argv[], std::ostream& out, std::ostr
   popts::Option<std::string> format(parser, 'f', "format", "Columns", 1, false, columnFormat);
   popts::Switch quoteNames(parser, 'q', "quote", "Quote names", 1, false, quote);
   popts::OptionValue<std::string> exts(parser, 'e', "exts", "Extensions filter", 1, false);
-  popts::Option<unsigned long> start(parser, 's', "start", "Starting index", 1, false,
+  popts::Option<std::uint64_t> start(parser, 's', "start", "Starting index", 1, false,
                                      browse.start);
-  popts::Option<unsigned long> limit(parser, 'l', "limit", "Output limit", 1, false, browse.limit);
+  popts::Option<std::uint64_t> limit(parser, 'l', "limit", "Output limit", 1, false, browse.limit);
   popts::Option<archive::BrowseSortOrder> sort(parser, 'S', "sort", "Sort order (time, rtime)", 1,
                                                false, browse.sortOrder);
   popts::SwitchValue afu(parser, 0, "afu", "Browse AFU", 1, false);
@@ -80,8 +80,8 @@ int listCommand(int argc, const char* const argv[], std::ostream& out, std::ostr
   popts::OptionValue<std::string> path(parser, 'p', "path", "Single channel path", 1, true);
   popts::OptionValue<std::string> name(parser, 'n', "name", "Single channel name", 1, false);
   popts::SwitchValue json(parser, 0, "json", "Output in JSON format", 1, false);
-  popts::Option<std::pair<long, long>> range(parser, 0, "st-range", "Start timestamp range", 1,
-                                             false, browse.range);
+  popts::Option<std::pair<std::int64_t, std::int64_t>> range(
+      parser, 0, "st-range", "Start timestamp range", 1, false, browse.range);
   popts::MultiOptionValue<std::string, std::vector<std::string>> ids(
       parser, 0, "", "Recorders identifiers", 128, true);
 

@@ -17,12 +17,12 @@ namespace {
 struct Command {
   OptParser parser;
   SwitchValue quiet{parser, 'q', "quiet", "Quiet", 1, false};
-  OptionValue<unsigned long> limit{parser, 'l', "limit", "Limit", 1, false, 10};
+  OptionValue<std::uint64_t> limit{parser, 'l', "limit", "Limit", 1, false, 10};
   OptionValue<std::string> path{parser, 'p', "path", "Path", 1, true};
   OptionValue<std::string> prefix{parser, 0, "prefix", "Prefix", 1, false};
   SwitchValue afu{parser, 'a', "afu", "AFU", 1, false};
   SwitchValue trash{parser, 't', "trash", "Trash", 1, false};
-  OptionValue<std::pair<long, long>> range{parser, 0, "range", "", 1, false};
+  OptionValue<std::pair<std::int64_t, std::int64_t>> range{parser, 0, "range", "", 1, false};
   MultiOptionValue<std::string> ids{parser, 0, "", "Recorders identifiers", 128, true};
   Command() {
     path.excludes(ids);

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <iterator>
 #include <string>
@@ -100,13 +101,15 @@ template <>
 struct OptValueParser<std::string> {
   static bool parse(const char* text, std::string& out);  // never fails
 };
+// 64 bits on every target: on 64-bit Linux std::uint64_t is unsigned long (strtoul), on
+// a 32-bit one unsigned long long (strtoull), so "-1" is 2^64 - 1 everywhere.
 template <>
-struct OptValueParser<unsigned long> {
-  static bool parse(const char* text, unsigned long& out);  // strtoul, whole text
+struct OptValueParser<std::uint64_t> {
+  static bool parse(const char* text, std::uint64_t& out);  // whole text
 };
 template <>
 struct OptValueParser<unsigned int> {
-  static bool parse(const char* text, unsigned int& out);  // as unsigned long, 32 bits
+  static bool parse(const char* text, unsigned int& out);  // as std::uint64_t, 32 bits
 };
 template <>
 struct OptValueParser<int> {
@@ -118,9 +121,10 @@ struct OptValueParser<bool> {
   static bool parse(const char* text, bool& out);
 };
 template <>
-struct OptValueParser<std::pair<long, long>> {
-  // "%ld,%ld": two numbers; anything after the second is ignored.
-  static bool parse(const char* text, std::pair<long, long>& out);
+struct OptValueParser<std::pair<std::int64_t, std::int64_t>> {
+  // "%ld,%ld" on 64-bit Linux (64-bit numbers on every target): two numbers; anything
+  // after the second is ignored.
+  static bool parse(const char* text, std::pair<std::int64_t, std::int64_t>& out);
 };
 
 // A flag. Only the first occurrence acts, and it inverts the flag rather than setting

@@ -1,6 +1,8 @@
 // Conversions from the text of an option value into the typed destinations of options.
 #include <strings.h>
 
+#include <cinttypes>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
@@ -15,17 +17,17 @@ bool OptValueParser<std::string>::parse(const char* text, std::string& out) {
 
 // Grammar: what strtoul accepts with base 0 (leading blanks, a sign, "0x" for hex, a
 // leading "0" for octal), and nothing after it. The empty text converts nothing and is
-// therefore 0; overflow saturates silently, as the C library does.
-bool OptValueParser<unsigned long>::parse(const char* text, unsigned long& out) {
+// therefore 0; overflow saturates silently at 2^64 - 1, as the C library does.
+bool OptValueParser<std::uint64_t>::parse(const char* text, std::uint64_t& out) {
   char* end = nullptr;
-  out = std::strtoul(text, &end, 0);
+  out = std::strtoull(text, &end, 0);
   return *end == '\0';
 }
 
-// As unsigned long, truncated to 32 bits.
+// As std::uint64_t, truncated to 32 bits.
 bool OptValueParser<unsigned int>::parse(const char* text, unsigned int& out) {
-  unsigned long wide = 0;
-  const bool ok = OptValueParser<unsigned long>::parse(text, wide);
+  std::uint64_t wide = 0;
+  const bool ok = OptValueParser<std::uint64_t>::parse(text, wide);
   out = static_cast<unsigned int>(wide);
   return ok;
 }
@@ -56,10 +58,11 @@ bool OptValueParser<bool>::parse(const char* text, bool& out) {
   return false;
 }
 
-// Grammar: "<long>,<long>" as sscanf reads it: blanks are skipped before each number, none
-// is allowed before the comma, and whatever follows the second number is ignored.
-bool OptValueParser<std::pair<long, long>>::parse(const char* text, std::pair<long, long>& out) {
-  return std::sscanf(text, "%ld,%ld", &out.first, &out.second) == 2;
+// Grammar: "<number>,<number>" as sscanf reads it: blanks are skipped before each number,
+// none is allowed before the comma, and whatever follows the second number is ignored.
+bool OptValueParser<std::pair<std::int64_t, std::int64_t>>::parse(
+    const char* text, std::pair<std::int64_t, std::int64_t>& out) {
+  return std::sscanf(text, "%" SCNd64 ",%" SCNd64, &out.first, &out.second) == 2;
 }
 
 }  // namespace popts
