@@ -1,6 +1,6 @@
 # The two commands of the README: `make demo` and `make test` (`./demo` and `./test`
 # install make and the rest first on a bare machine). Also `make install` (PREFIX,
-# DESTDIR), `make package` (a .deb), `make cross-test` (arm64 under qemu) and `make fuzz`.
+# DESTDIR), `make package` (a .deb), `make cross-test` (armhf and arm64 under qemu) and `make fuzz`.
 # PRESET names the configure, build and test presets of CMakePresets.json: default, ci
 # (warnings as errors), release, sanitize, static. Each builds in its own folder.
 PRESET ?= default
@@ -50,8 +50,9 @@ install: build
 package: build
 	@cd $(BUILD) && cpack -G DEB
 
+# Both ARM targets, or ARCH=armhf or ARCH=arm64 alone.
 cross-test:
-	@./scripts/cross-test
+	@./scripts/cross-test $(ARCH)
 
 # The folders of every preset.
 clean:

@@ -27,6 +27,13 @@ if(CMAKE_CROSSCOMPILING)
   execute_process(COMMAND dpkg-architecture -t ${CMAKE_LIBRARY_ARCHITECTURE} -qDEB_HOST_ARCH
                   OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE
                   OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  # The target's libraries are those of the sysroot, known to the dpkg database that
+  # scripts/fetch-debs keeps beside them (the host's knows none of them).
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+      ${ARCHIVE_SYSROOT}/lib/${CMAKE_LIBRARY_ARCHITECTURE}
+      ${ARCHIVE_SYSROOT}/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE})
+  set(CPACK_ARCHIVE_DPKG_ADMINDIR ${ARCHIVE_SYSROOT}/.apt/dpkg)
+  set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/deb-cross.cmake)
 endif()
 
 include(CPack)
