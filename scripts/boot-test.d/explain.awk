@@ -15,13 +15,15 @@ function about(line, k) {
   for (k in why) if (index(line, stem[k])) return k
   return ""
 }
+# A JSON field is a member, "name":value, or the first member of an object within,
+# "name":{"inner":value: the value begins at the first ": not followed by {.
 function column(i, field) {
-  if (fmt == "json") { sub(/":.*/, "", field); gsub(/[{"]/, "", field); return field }
+  if (fmt == "json") { match(field, /":[^{]/); field = substr(field, 1, RSTART - 1); gsub(/[{"]/, "", field); sub(/:/, ".", field); return field }
   if (fmt ~ / /) { split(fmt, c, " "); return c[i] }
   return substr(fmt, i, 1)
 }
 function value(field) {
-  if (fmt == "json") sub(/^[^:]*":/, "", field)
+  if (fmt == "json") { match(field, /":[^{]/); field = substr(field, RSTART + 2); sub(/}+$/, "", field) }
   return field
 }
 function say(row, text) {
@@ -46,6 +48,7 @@ FILENAME == ARGV[2] { was[$0] = FNR; next }
 
 END {
   sep = fmt == "json" ? ",\"" : "\t"
+  for (k in why) if (why[k] ~ /no such file/) missing = missing " " k
   for (l in now) {
     if (l in was) continue
     k = about(l)
@@ -62,7 +65,7 @@ END {
     cols = ""
     for (i = 1; i in a; i++)
       if (a[i] != b[i]) cols = cols sprintf(" %s %s -> %s,", column(i, a[i]), value(a[i]), value(b[i]))
-    reason = totals ? "counts without the files above that " fs " does not hold" : why[k]
+    reason = totals ? "counts without the files " fs " does not hold:" missing : why[k]
     say(was[l], (totals ? "(totals)" : k) ":" cols " " reason)
     delete came[k]
   }
