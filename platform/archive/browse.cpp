@@ -2,6 +2,7 @@
 // read only the files handed on: stat them, or once the listing asks for durations,
 // read their headers ahead, many in flight (detail/read_ahead.h).
 #include <algorithm>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -95,12 +96,13 @@ class Walk {
     // go to the front first (their order does not matter: the sort's order is total).
     end_ = std::partition(entries.begin(), entries.end(), passes_);
     count_ = std::size_t(end_ - first_);
-    next_ = std::min<std::size_t>(start, count_);
+    // Compared in 64 bits: a start past 2^32 is past every entry, not cut to 32 bits.
+    next_ = std::size_t(std::min<std::uint64_t>(start, count_));
   }
 
-  // Sorts up to `wanted` entries (counted from the first of all) if not done yet.
-  void sortUpTo(std::size_t wanted) {
-    wanted = std::min(wanted, count_);
+  // Sorts up to `upTo` entries (counted from the first of all) if not done yet.
+  void sortUpTo(std::uint64_t upTo) {
+    const std::size_t wanted = std::size_t(std::min<std::uint64_t>(upTo, count_));
     if (!sorting_ || wanted <= sorted_) return;
     if (reverse_)
       sortPrefix(first_ + sorted_, first_ + wanted, end_,
@@ -219,8 +221,10 @@ void browseFileEntries(std::deque<FileEntry>& entries, BrowseSortOrder order, st
   };
   // Files skipped by `start` are not checked on disk: only files handed on are read.
   Walk walk(entries, order, start, passes);
+  // A page: no sort of the whole set. The sum saturates, as a limit of "-1" is 2^64 - 1:
+  // wrapped, it would leave the page to grow 16 entries a partial sort.
   if (limit != 0)
-    walk.sortUpTo(start + limit);  // a page: no sort of the whole set
+    walk.sortUpTo(limit > UINT64_MAX - start ? UINT64_MAX : start + limit);
   else
     walk.sortUpTo(entries.size());
   HandOn(callback, walk, limit).run();
