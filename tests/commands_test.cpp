@@ -82,11 +82,7 @@ TEST_F(ListTest, TextColumns) {
   const std::string alarm = "front_20240301T141000Z_alarm-17", mp4 = "front_20240301T143000Z";
   // clang-format off
   expectRuns(
-      {{{"ls", "-s", "2", "1"},
-        "--L-A\t2024-03-01 14:10:00\t200\t3600\t" + alarm + "\t" + alarm + ".mp4\n" +
-            "-D---\t2024-03-01 14:05:09\t100\t0\tfront_20240301T140509Z\t"
-            "front_20240301T140509Z.mp4\n", "", 0},
-       {{"ls", "-f", "AaTtSDdNFfEeRr", "-s", "2", "-l", "1", "1"},
+      {{{"ls", "-f", "AaTtSDdNFfEeRr", "-s", "2", "-l", "1", "1"},
         "--L-A\t--L--\t2024-03-01 14:10:00\t1709302200\t200\t3600\t1:00:00\t" + alarm + "\t" +
             alarm + ".mp4\t" + a1 + "/" + alarm + ".mp4\tmp4\talarm-17\tFront\t1\n", "", 0},
        {{"ls", "-q", "-f", "NFfEeRr", "-l", "1", "1"},
@@ -194,7 +190,8 @@ TEST_F(ListTest, JsonMembersOfEveryLetter) {
   const std::string alarm = "front_20240301T141000Z_alarm-17";
   // clang-format off
   expectRuns(
-      {{{"ls", "--json", "-q", "-f", "ATSDNF", "-s", "2", "-l", "1", "1"},
+      // The default members; no quotes.
+      {{{"ls", "--json", "-q", "-s", "2", "-l", "1", "1"},
         "[{\"afu_queue\":true,\"created\":\"2024-03-01T14:10:00+0000\",\"deleted\":false,"
         "\"downloaded\":false,\"duration\":3600,\"filename\":\"" + alarm + ".mp4\","
         "\"locked\":true,\"name\":\"" + alarm + "\",\"recording\":false,\"size\":200}]", "", 0},
@@ -269,7 +266,6 @@ TEST_F(StatTest, TotalsOfFilesQueuesAndTrashes) {
        // Recorder 3 has no archive folder and adds nothing.
        {{"stat", "all"}, "5\t690\n2\t270\n", "", 0},
        {{"stat", "*"}, "5\t690\n2\t270\n", "", 0},
-       {{"stat", "3", "2"}, "1\t70\n1\t70\n", "", 0},
        {{"stat", "--json", "1", "2"},
         "{\"afu\":{\"count\":2,\"size\":270},\"files\":{\"count\":5,\"size\":690}}\n", "", 0},
        {{"stat", "--json", "--afu", "1"}, "{\"count\":1,\"size\":200}\n", "", 0},
