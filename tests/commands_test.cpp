@@ -94,8 +94,7 @@ TEST_F(ListTest, TextColumns) {
       env());
   // clang-format on
   // clang-format off
-  expectRuns({{{"ls", "-f", "T", "-s", "3", "1"}, "2024-03-01 11:05:09\n", "", 0},
-              {{"ls", "--json", "-f", "T", "-s", "3", "1"},
+  expectRuns({{{"ls", "--json", "-f", "T", "-s", "3", "1"},
                "[{\"created\":\"2024-03-01T11:05:09-0300\"}]", "", 0}},
              env("<-03>3"));
   // clang-format on
@@ -161,7 +160,7 @@ TEST_F(ListTest, StartsDurationsAndRangesOfOddFiles) {
       {"month_20240301T140000Z.avi", ftypOnly, start + 2678400},
       {"ahead_20240301T140000Z.ts", ftypOnly, start + 2678401},
       {"early_20240301T140000Z.mp4", ftypOnly, start - 5},
-      {"snapshot_20240301T140000Z.jpg", std::string("\xff\xd8\xff\xe0\0\x10JFIF\0", 11), start + 60},
+      {"snapshot_20240301T140000Z.jpg", "\xff\xd8\xff\xe0", start + 60},  // a JPEG
       {"CAM0001.MOV", ftypOnly, start},
       {"camera.mp4", "x", -50},
       {"c_19700101T000140Z.mp4", "x", 100},
@@ -201,8 +200,12 @@ TEST_F(ListTest, JsonMembersOfEveryLetter) {
         "\"mp4\",\"id\":\"" + alarm + ".mp4\",\"locked\":true,\"path\":\"" + a1 + "/" + alarm +
             ".mp4\",\"recorder\":\"1\",\"recording\":false}]", "", 0},
        {{"ls", "--json", "-f", "", "-l", "1", "1"}, "[{}]", "", 0},
-       {{"ls", "--json", "-f", "S", "1", "2"},
-        "[{\"size\":20},{\"size\":300},{\"size\":200},{\"size\":100},{\"size\":70}]", "", 0},
+       // Each flag's member from its own marker, also where the text shows none.
+       {{"ls", "--json", "-f", "a", "-s", "1", "-l", "3", "1"},
+        "[{\"downloaded\":false,\"locked\":false,\"recording\":true},{\"downloaded\":false,\"locked\""
+        ":true,\"recording\":false},{\"downloaded\":true,\"locked\":false,\"recording\":false}]", "", 0},
+       {{"ls", "--json", "--trash", "-f", "A", "4"}, "[{\"afu_queue\":true,\"deleted\":true,"
+        "\"downloaded\":false,\"locked\":false,\"recording\":false}]", "", 0},
        {{"ls", "--json", "4"}, "[]", "", 0},
        // Recorder 3 has no archive folder: named alone it lists nothing, without a word.
        {{"ls", "3"}, "", "", 0}},

@@ -33,10 +33,8 @@ struct FaultMount {
                               .c_str()) == 0;
   }
   ~FaultMount() { std::system(("fusermount3 -u -z " + root).c_str()); }
-  // The faults that fired, one "PATH OP ACTION" line each time.
-  std::string fired() const { return readFile(log); }
-
   TempDir dir;
+  // `log`: the faults that fired, one "PATH OP ACTION" line each time.
   const std::string root = dir / "mnt", log = dir / "log";
   bool mounted;
 };
@@ -153,7 +151,7 @@ TEST(FaultsTest, FailingFilesAndFoldersThroughBothReadPaths) {
       expectRuns(runs,
                  {{"DEVICE_CONFIG", mount.root + "/config.json"}, {"ARCHIVE_IO_URING", path}});
     }
-    const std::string log = mount.fired();
+    const std::string log = readFile(mount.log);
     EXPECT_NE(log, "") << "the fault never fired";
     if (slow) {
       EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
