@@ -104,7 +104,8 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
   const std::string up = "1709301909\n1709302200\n1709302800\n1709303400\n";
   const std::string down = "1709303400\n1709302800\n1709302200\n1709301909\n";
   const std::string every =
-      "front_20240301T143000Z.MP4\nfront_20240301T142500Z.jpg\nfront_20240301T142000Z.ts\n"
+      "front_20240301T143500Z\nfront_20240301T143000Z.MP4\nfront_20240301T142500Z.jpg\n"
+      "front_20240301T142000Z.ts\n"
       "front_20240301T141000Z_alarm-17.mp4\nfront_20240301T140509Z.mp4\n";
   // clang-format off
   expectRuns(
