@@ -127,9 +127,9 @@ TEST_F(ListTest, SortRangeExtensionsAndSources) {
        // Queues and trashes show their deleted files.
        {{"ls", "--afu", "-f", "AF", "1", "2"},
         "--L-A\tfront_20240301T141000Z_alarm-17.mp4\n----A\tcabin_20240301T140000Z.mov\n"
-        "---TA\tfront_20240301T130000Z.mp4\n", "", 0},
+        "R--TA\tfront_20240301T130000Z.mp4\n", "", 0},
        {{"ls", "--trash", "-f", "AF", "all"},
-        "---T-\tfront_20240301T131000Z.avi\n---TA\tfront_20240301T130000Z.mp4\n"
+        "-D-T-\tfront_20240301T131000Z.avi\nR--TA\tfront_20240301T130000Z.mp4\n"
         "---TA\troof_20240301T120000Z.mp4\n", "", 0},
        {{"ls", "--foo", "2", "--limit=0", "-f", "S", "-z"}, "70\n", "", 0}},
       env());
@@ -201,12 +201,13 @@ TEST_F(ListTest, JsonMembersOfEveryLetter) {
         "\"mp4\",\"id\":\"" + alarm + ".mp4\",\"locked\":true,\"path\":\"" + a1 + "/" + alarm +
             ".mp4\",\"recorder\":\"1\",\"recording\":false}]", "", 0},
        {{"ls", "--json", "-f", "", "-l", "1", "1"}, "[{}]", "", 0},
-       // Each flag's member from its own marker, also where the text shows none.
+       // Each flag's member from its own marker, of the a letter alone and of A.
        {{"ls", "--json", "-f", "a", "-s", "1", "-l", "3", "1"},
         "[{\"downloaded\":false,\"locked\":false,\"recording\":true},{\"downloaded\":false,\"locked\""
         ":true,\"recording\":false},{\"downloaded\":true,\"locked\":false,\"recording\":false}]", "", 0},
-       {{"ls", "--json", "--trash", "-f", "A", "4"}, "[{\"afu_queue\":true,\"deleted\":true,"
-        "\"downloaded\":false,\"locked\":false,\"recording\":false}]", "", 0},
+       {{"ls", "--json", "--trash", "-f", "A", "1"}, "[{\"afu_queue\":false,\"deleted\":true,"
+        "\"downloaded\":true,\"locked\":false,\"recording\":false},{\"afu_queue\":true,\"deleted\":"
+        "true,\"downloaded\":false,\"locked\":false,\"recording\":true}]", "", 0},
        {{"ls", "--json", "4"}, "[]", "", 0},
        // Recorder 3 has no archive folder: named alone it lists nothing, without a word.
        {{"ls", "3"}, "", "", 0}},
