@@ -38,7 +38,6 @@ TEST(MMInfoTest, RecordersInOrderWithDefaultsAndAbsoluteFoldersOrTheMemberAtFaul
                      R"({"id": "1", "label": "Front", "archiveDirectory": "/abs/./x/../y"})"),
        "2|Cabin|/data/2; 1|Front|/abs/y"},
       {R"({"x": null, "media": {"y": [1], "recorders": [{"id": "7", "kind": 4}]}})", "7||"},
-      {withRecorders(R"({"id": "1", "archiveDirectory": "./rec1/"})"), "1||/cfg/etc/rec1"},
       {withRecorders(R"({"id": "1", "archiveDirectory": "../data//rec1"})"), "1||/cfg/data/rec1"},
       {"[]", file + "top level: expected an object"},
       {R"({"media": []})", file + "media: expected an object"},

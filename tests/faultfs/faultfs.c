@@ -1,20 +1,20 @@
-/* A read-only FUSE passthrough that fails one chosen operation of one chosen path, for
- * the tests of what the tool does on a failing card.
- *
- *   faultfs SOURCE MOUNTPOINT LOG [PATH OP ACTION [ARG]]
- *
- * PATH is relative to SOURCE with a leading "/"; the fault, OP ACTION [ARG]:
- *   getattr EIO            stat (and so lookup) fails
- *   getattr grow|shrink N  the size reported is N bytes less|more than the file's
- *   open EIO|ENOENT        open fails
- *   readdir EIO            reading the folder fails
- *   read EIO OFFSET        a read that reaches OFFSET or beyond fails
- *   read short N           each read returns at most N bytes
- *   read sleep MS          the read at offset 0 waits MS milliseconds first
- * Each time the fault fires it appends "PATH OP ACTION" to LOG, so a test can tell that
- * it did, and how often. Files are opened for direct I/O: each read of the tool reaches
- * this program as it was made, with no page cache or read-ahead between; attributes are
- * never cached. Runs multithreaded, so that parallel reads reach it at once. */
+// A read-only FUSE passthrough that fails one chosen operation of one chosen path, for
+// the tests of what the tool does on a failing card.
+//
+//   faultfs SOURCE MOUNTPOINT LOG [PATH OP ACTION [ARG]]
+//
+// PATH is relative to SOURCE with a leading "/"; the fault, OP ACTION [ARG]:
+//   getattr EIO            stat (and so lookup) fails
+//   getattr grow|shrink N  the size reported is N bytes less|more than the file's
+//   open EIO|ENOENT        open fails
+//   readdir EIO            reading the folder fails
+//   read EIO OFFSET        a read that reaches OFFSET or beyond fails
+//   read short N           each read returns at most N bytes
+//   read sleep MS          the read at offset 0 waits MS milliseconds first
+// Each time the fault fires it appends "PATH OP ACTION" to LOG, so a test can tell that
+// it did, and how often. Files are opened for direct I/O: each read of the tool reaches
+// this program as it was made, with no page cache or read-ahead between; attributes are
+// never cached. Runs multithreaded, so that parallel reads reach it at once.
 #define FUSE_USE_VERSION 31
 #define _GNU_SOURCE
 #include <dirent.h>
@@ -36,7 +36,7 @@ static char source[PATH_MAX];
 static FILE* logFile;
 static pthread_mutex_t logLock = PTHREAD_MUTEX_INITIALIZER;
 
-/* Whether OP on PATH is the fault's, ACTION too when given; logged as fired when so. */
+// Whether OP on PATH is the fault's, ACTION too when given; logged as fired when so.
 static int fires(const char* path, const char* op, const char* action) {
   if (strcmp(path, faultPath) != 0 || strcmp(op, faultOp) != 0) return 0;
   if (action && strcmp(action, faultAction) != 0) return 0;
@@ -136,8 +136,8 @@ int main(int argc, char* argv[]) {
   if (!(logFile = fopen(argv[3], "a"))) return perror(argv[3]), 2;
   if (argc > 4) faultPath = argv[4], faultOp = argv[5], faultAction = argv[6];
   if (argc > 7) faultArg = atoll(argv[7]);
-  /* FUSE sees the program, the mount point and read-only: the server goes to the
-   * background once mounted, so the caller may use the mount as soon as this returns. */
+  // FUSE sees the program, the mount point and read-only: the server goes to the
+  // background once mounted, so the caller may use the mount as soon as this returns.
   char* fuseArgv[] = {argv[0], argv[2], "-oro,fsname=faultfs", NULL};
   return fuse_main(3, fuseArgv, &operations, NULL);
 }

@@ -90,8 +90,9 @@ inline void expectRuns(const std::vector<Expected>& cases, const Env& env = {}) 
 //                          14:20:00 ts   300  59 s    recording
 //                          14:25:00 jpg   10          outside the default extensions
 //                          14:30:00 MP4   20  3599 s
-//              a1/.trash/  13:00:00 mp4   50          queued
-//                          13:10:00 avi   60
+//                          14:35:00        5          no extension: outside any list
+//              a1/.trash/  13:00:00 mp4   50          queued, recording (markers a trash keeps)
+//                          13:10:00 avi   60          downloaded
 //   "2" Cabin  a2/         14:00:00 mov   70          queued
 //   "3" Rear   no archive folder
 //   "4" Roof   a4/.trash/  12:00:00 mp4 1000          queued: a queue of deleted files only
@@ -104,8 +105,9 @@ class DeviceTest : public ::testing::Test {
     addRecording(a1, "front_20240301T142000Z.ts", 300, {"recording"}, false, 1709302800 + 59);
     addRecording(a1, "front_20240301T142500Z.jpg", 10, {}, false, 1709303100);
     addRecording(a1, "front_20240301T143000Z.MP4", 20, {}, false, 1709303400 + 3599);
-    addRecording(a1, "front_20240301T130000Z.mp4", 50, {"afu"}, true, 1709298000);
-    addRecording(a1, "front_20240301T131000Z.avi", 60, {}, true, 1709298600);
+    addRecording(a1, "front_20240301T143500Z", 5, {}, false, 1709303700);
+    addRecording(a1, "front_20240301T130000Z.mp4", 50, {"afu", "recording"}, true, 1709298000);
+    addRecording(a1, "front_20240301T131000Z.avi", 60, {"downloaded"}, true, 1709298600);
     addRecording(tmp / "a2", "cabin_20240301T140000Z.mov", 70, {"afu"}, false, 1709301600);
     addRecording(tmp / "a4", "roof_20240301T120000Z.mp4", 1000, {"afu"}, true, 1709294400);
     writeDeviceConfig(config, {{"1", "Front", a1},
