@@ -77,7 +77,7 @@ struct Fault {
 };
 
 // What `command` prints under `fault`, from what it prints without one.
-std::string expected(std::size_t command, const Fault& fault, std::string out) {
+[[maybe_unused]] std::string expected(std::size_t command, const Fault& fault, std::string out) {
   if (kCommands[command][0] == "stat") return fault.counted.empty() ? out : fault.counted;
   const std::size_t at = fault.file ? out.find("\n" + fault.file->name + "\t") + 1 : 0;
   if (at == 0 || fault.shown.empty()) return out;
@@ -87,7 +87,7 @@ std::string expected(std::size_t command, const Fault& fault, std::string out) {
 }
 
 // Lines [start, start + count) of `listing`.
-std::string page(const std::string& listing, int start, int count) {
+[[maybe_unused]] std::string page(const std::string& listing, int start, int count) {
   std::istringstream lines(listing);
   std::string line, result;
   for (int i = 0; i < start + count && std::getline(lines, line); ++i)
