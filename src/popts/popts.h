@@ -101,8 +101,9 @@ template <>
 struct OptValueParser<std::string> {
   static bool parse(const char* text, std::string& out);  // never fails
 };
-// 64 bits on every target: on 64-bit Linux std::uint64_t is unsigned long (strtoul), on
-// a 32-bit one unsigned long long (strtoull), so "-1" is 2^64 - 1 everywhere.
+// 64 bits on every target: std::uint64_t is unsigned long on 64-bit Linux and unsigned
+// long long on a 32-bit one. Read with strtoull, the same as strtoul where long has 64
+// bits, so "-1" is 2^64 - 1 everywhere.
 template <>
 struct OptValueParser<std::uint64_t> {
   static bool parse(const char* text, std::uint64_t& out);  // whole text

@@ -15,7 +15,7 @@ bool OptValueParser<std::string>::parse(const char* text, std::string& out) {
   return true;
 }
 
-// Grammar: what strtoul accepts with base 0 (leading blanks, a sign, "0x" for hex, a
+// Grammar: what strtoull accepts with base 0 (leading blanks, a sign, "0x" for hex, a
 // leading "0" for octal), and nothing after it. The empty text converts nothing and is
 // therefore 0; overflow saturates silently at 2^64 - 1, as the C library does.
 bool OptValueParser<std::uint64_t>::parse(const char* text, std::uint64_t& out) {
