@@ -1,8 +1,9 @@
 # Cross compiling with Debian's cross compiler (crossbuild-essential-<arch>) against a
 # sysroot of the target's own Debian packages: Boost, GoogleTest, liburing and
-# nlohmann/json downloaded and unpacked by scripts/fetch-debs into
-# build-sysroot/<Debian architecture>. The host's package architectures stay as they are;
-# the C library and libstdc++ are the cross compiler's own (/usr/<triplet>).
+# nlohmann/json, and the runtime packages whose symbols give a .deb its dependencies,
+# downloaded and unpacked by scripts/fetch-debs into build-sysroot/<Debian architecture>.
+# The host's package architectures stay as they are; the build compiles and links with
+# the cross compiler's own C library and libstdc++ (/usr/<triplet>).
 #
 # Included by a target's toolchain file after it sets ARCHIVE_TRIPLET (arm-linux-gnueabihf),
 # ARCHIVE_DEB_ARCH (armhf), ARCHIVE_QEMU (qemu-arm) and CMAKE_SYSTEM_PROCESSOR. The programs
@@ -37,6 +38,6 @@ set(ENV{PKG_CONFIG_PATH} "")
 set(ENV{PKG_CONFIG_SYSROOT_DIR} "${ARCHIVE_SYSROOT}")
 
 # -L: the cross compiler's C library, for the dynamic loader; the sysroot's shared
-# libraries (Boost, liburing) for a build that links them dynamically.
+# libraries (Boost, liburing, libstdc++) for a build that links them dynamically.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${ARCHIVE_QEMU} -L /usr/${ARCHIVE_TRIPLET}
     -E LD_LIBRARY_PATH=${ARCHIVE_SYSROOT}/usr/lib/${ARCHIVE_TRIPLET})
